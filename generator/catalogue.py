@@ -19,6 +19,11 @@ class CatalogueError(Exception):
 # --------------------------------------------------------------------------
 # Small helpers
 
+def load_toml(path):
+    with open(path, "rb") as f:
+        return tomllib.load(f)
+
+
 def fail(where, message):
     raise CatalogueError(f"{where}: {message}")
 
@@ -145,7 +150,7 @@ class Chip:
 
 class Chips:
     def __init__(self, path):
-        data = tomllib.load(open(path, "rb"))
+        data = load_toml(path)
         self.chips = [Chip(c["number"], c["name"], c["label"]) for c in data["chips"]]
         self.by_label = {c.label: c for c in self.chips}
         self.by_number = {c.number: c for c in self.chips}
@@ -182,7 +187,7 @@ class Chips:
 
 class FieldIds:
     def __init__(self, path):
-        data = tomllib.load(open(path, "rb"))
+        data = load_toml(path)
         self.by_name = {}
         self.by_id = {}
         for entry in data["ids"]:
@@ -220,7 +225,7 @@ class BlockMap:
     """(subBlock, block) per block, chip, variant and identifier."""
 
     def __init__(self, path, chips):
-        data = tomllib.load(open(path, "rb"))
+        data = load_toml(path)
         self.names = sorted(data["blocks"])
         # cells[block][(chip, variant or None)] = ("list", [(s, b)...]) or ("formula", count, s, b)
         self.cells = {}
@@ -622,7 +627,7 @@ class Catalogue:
                 path = os.path.join(dirpath, name)
                 rel = os.path.relpath(path, root)
                 try:
-                    data = tomllib.load(open(path, "rb"))
+                    data = load_toml(path)
                 except tomllib.TOMLDecodeError as e:
                     fail(rel, f"not valid TOML: {e}")
                 entries = data.get("class_list")

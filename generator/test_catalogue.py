@@ -1,0 +1,153 @@
+#!/usr/bin/env python3
+"""The generator rejects catalogue data that can't be right, naming class and field.
+
+Each case starts from a small valid class, breaks one thing and checks the
+message. Run: test_catalogue.py SOURCE_ROOT
+"""
+
+import os
+import shutil
+import sys
+import tempfile
+import unittest
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+
+from catalogue import Catalogue, CatalogueError, accessor_name, sort_key  # noqa: E402
+
+ROOT = sys.argv.pop(1) if len(sys.argv) > 1 else os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+GOOD = '''
+class = "CrpsEngineCfgProbe"
+kind = "register"
+storage = 8
+chips = "88690, 88800"
+packed = true
+block = "CRPS"
+geometry = [
+  { chips = "88690", layout = "L1", width = 2, arrayElements = 22, addrStride = 1, instanceCount = 2, fieldCount = 2, address = 268 },
+  { chips = "88800", layout = "L2", width = 2, arrayElements = 34, addrStride = 1, instanceCount = 1, fieldCount = 3, address = 313 },
+]
+fields = [
+  { name = "ENGINE_N_MODE", id = 137, type = "U8", L1 = "0:5", L2 = "0:6" },
+  { name = "ENGINE_N_WEIGHT_SHIFT_RATIO", type = "U8", L1 = "5:6", L2 = "6:6" },
+  { name = "ENGINE_N_OVF_VALUE", type = "U32", L2 = "12:18" },
+]
+'''
+
+
+class CatalogueChecks(unittest.TestCase):
+    def setUp(self):
+        self.tmp = tempfile.mkdtemp()
+        shutil.copytree(os.path.join(ROOT, "core", "data"), os.path.join(self.tmp, "core", "data"))
+        os.makedirs(os.path.join(self.tmp, "accessors", "crps"))
+
+    def tearDown(self):
+        shutil.rmtree(self.tmp)
+
+    def load(self, text, ids=None):
+        with open(os.path.join(self.tmp, "accessors", "crps", "Probe.toml"), "w") as f:
+            f.write(text)
+        if ids is not None:
+            with open(os.path.join(self.tmp, "core", "data", "field_ids.toml"), "w") as f:
+                f.write(ids)
+        return Catalogue(self.tmp)
+
+    def rejects(self, text, *parts, ids=None):
+        with self.assertRaises(CatalogueError) as ctx:
+            self.load(text, ids)
+        message = str(ctx.exception)
+        for p in parts:
+            self.assertIn(p, message)
+        return message
+
+    def test_good_class_loads(self):
+        cat = self.load(GOOD)
+        (k,) = cat.classes
+        self.assertEqual(k.fields_by_name["engineNOvfValue"].cells, {(11, 0): (12, 18)})
+
+    def test_gap_in_packed_layout(self):
+        self.rejects(GOOD.replace('L2 = "12:18"', 'L2 = "13:18"'),
+                     "CrpsEngineCfgProbe", "ENGINE_N_OVF_VALUE", "gap")
+
+    def test_overlap_that_is_no_view(self):
+        self.rejects(GOOD.replace('L1 = "5:6", L2 = "6:6"', 'L1 = "4:6", L2 = "6:6"'),
+                     "CrpsEngineCfgProbe", "ENGINE_N_MODE", "ENGINE_N_WEIGHT_SHIFT_RATIO", "overlap")
+
+    def test_declared_view_may_overlap(self):
+        text = GOOD.replace('fieldCount = 2', 'fieldCount = 3').replace(
+            ']\n', ']\n', 1).replace(
+            '{ name = "ENGINE_N_OVF_VALUE", type = "U32", L2 = "12:18" },',
+            '{ name = "ENGINE_N_OVF_VALUE", type = "U32", L2 = "12:18" },\n'
+            '  { name = "ENGINE_N_SCAN_MODE", type = "U8", L1 = "0:5", view = true },')
+        self.load(text)
+
+    def test_field_past_width(self):
+        self.rejects(GOOD.replace('L2 = "12:18"', 'L2 = "60:18"').replace("packed = true\n", ""),
+                     "BCM88800_A0", "ENGINE_N_OVF_VALUE", "past width")
+
+    def test_wrong_identifier(self):
+        self.rejects(GOOD.replace("id = 137", "id = 138"), "ENGINE_N_MODE", "id 138", "137")
+
+    def test_unknown_hardware_name(self):
+        self.rejects(GOOD.replace("ENGINE_N_OVF_VALUE", "ENGINE_N_OVF_VALU"),
+                     "ENGINE_N_OVF_VALU", "no field identifier")
+
+    def test_type_too_narrow_or_too_wide(self):
+        self.rejects(GOOD.replace('type = "U32", L2', 'type = "U16", L2'), "ENGINE_N_OVF_VALUE", "U32")
+        self.rejects(GOOD.replace('type = "U32", L2', 'type = "U64", L2'), "ENGINE_N_OVF_VALUE", "U32")
+
+    def test_missing_chip_row(self):
+        self.rejects(GOOD.replace('chips = "88690, 88800"', 'chips = "88690, 88800, 88850"'),
+                     "missing rows", "BCM88850_A0")
+
+    def test_field_count_disagrees(self):
+        self.rejects(GOOD.replace("fieldCount = 3", "fieldCount = 4"), "BCM88800_A0", "fieldCount 4")
+
+    def test_instance_count_disagrees_with_block_map(self):
+        self.rejects(GOOD.replace("instanceCount = 2", "instanceCount = 3"), "instanceCount 3",
+                     "CRPS has 2")
+
+    def test_storage_disagrees(self):
+        self.rejects(GOOD.replace("storage = 8", "storage = 12"), "storage 12", "8")
+
+    def test_unknown_layout_key(self):
+        self.rejects(GOOD.replace('L2 = "0:6"', 'L3 = "0:6"'), "ENGINE_N_MODE", "L3")
+
+    def test_ids_out_of_sort_order(self):
+        ids = open(os.path.join(ROOT, "core", "data", "field_ids.toml")).read()
+        ids = ids.replace('[119, "ENGINES_DMA_SELECT"]', '[120, "ENGINES_DMA_SELECT"]').replace(
+            '[120, "ENGINE_INIT_REQUEST"]', '[119, "ENGINE_INIT_REQUEST"]')
+        self.rejects(GOOD, "ids out of sort order", "ENGINES_DMA_SELECT", ids=ids)
+
+    def test_indexed_accessor_needs_known_fields(self):
+        text = GOOD + 'indexed = [ { name = "modeByIndex", fields = ["engineNMode", "engineNModes"] } ]\n'
+        self.rejects(text, "modeByIndex", "engineNModes")
+
+
+class Rules(unittest.TestCase):
+    def test_accessor_names(self):
+        self.assertEqual(accessor_name("CFG_TRAP_OBJ_0_SHIFT"), "cfgTrapObj0Shift")
+        self.assertEqual(accessor_name("ENGINE_N_MODE"), "engineNMode")
+        self.assertEqual(accessor_name("TODW_IEEE_1588_TIMECODE"), "todwIeee1588Timecode")
+
+    def test_sort_order_of_names(self):
+        names = ["EXPANSION_SELECT_10", "EXPANSION_SELECT_9", "STAT_METADATA_0_MC",
+                 "STAT_METADATA_31", "ENGINE_INIT_REQUEST", "ENGINES_DMA_SELECT"]
+        self.assertEqual(sorted(names, key=sort_key),
+                         ["ENGINES_DMA_SELECT", "ENGINE_INIT_REQUEST", "EXPANSION_SELECT_9",
+                          "EXPANSION_SELECT_10", "STAT_METADATA_31", "STAT_METADATA_0_MC"])
+
+    def test_identifier_list(self):
+        cat = Catalogue(ROOT)
+        ids = cat.ids.by_name
+        self.assertEqual(len(ids), 1144)
+        self.assertEqual((min(ids.values()), max(ids.values())), (5, 1199))
+        self.assertEqual(ids["MAP_STS_1_TO_TYPE"], 359)
+        self.assertEqual(ids["STAT_METADATA_1_MC"], 1073)
+        self.assertEqual(ids["ENG_DB_C_BANK_5_SOURCE"], 223)
+        self.assertEqual(ids["CGM_IRPP_9_EXPANSION_SELECT_D"], 68)
+
+
+if __name__ == "__main__":
+    unittest.main()
