@@ -5,29 +5,56 @@
 #include <cstring>
 #include <functional>
 #include <iosfwd>
-#include <string>
 #include <string_view>
 
 namespace Larch {
 namespace Impl {
 
+// Keeps up to kInline characters in the object itself, so that copying the
+// name of any accessor class or field allocates nothing.
 class StrB {
  public:
-  StrB(const char* text) : text_(text ? text : "") {}  // NOLINT(google-explicit-constructor)
-  StrB(std::string_view text) : text_(text) {}         // NOLINT(google-explicit-constructor)
+  static constexpr std::size_t kInline = 71;
 
-  std::string_view view() const { return text_; }
+  StrB(const char* text) { assign(text ? text : "", text ? std::strlen(text) : 0); }  // NOLINT
+  StrB(std::string_view text) { assign(text.data(), text.size()); }                  // NOLINT
+  StrB(const StrB& other) { assign(other.data(), other.size_); }
+  StrB& operator=(const StrB& other) {
+    if (this != &other) {
+      release();
+      assign(other.data(), other.size_);
+    }
+    return *this;
+  }
+  ~StrB() { release(); }
+
+  std::string_view view() const { return std::string_view(data(), size_); }
 
   // Exact comparison: case matters, no prefix match.
   bool operator==(const char* other) const {
     const std::size_t n = std::strlen(other);
-    return n == text_.size() && std::memcmp(text_.data(), other, n) == 0;
+    return n == size_ && std::memcmp(data(), other, n) == 0;
   }
-  bool operator==(const StrB& other) const { return text_ == other.text_; }
+  bool operator==(const StrB& other) const { return view() == other.view(); }
   bool operator!=(const char* other) const { return !(*this == other); }
 
  private:
-  std::string text_;
+  const char* data() const { return heap_ ? heap_ : inline_; }
+  void assign(const char* text, std::size_t n) {
+    size_ = n;
+    char* dst = inline_;
+    if (n > kInline) dst = heap_ = new char[n + 1];
+    std::memcpy(dst, text, n);
+    dst[n] = '\0';
+  }
+  void release() {
+    delete[] heap_;
+    heap_ = nullptr;
+  }
+
+  std::size_t size_ = 0;
+  char* heap_ = nullptr;
+  char inline_[kInline + 1] = {};
 };
 
 }  // namespace Impl

@@ -1,0 +1,281 @@
+// Register geometry, S-channel addresses and the block map.
+#include "TestSupport.h"
+
+using namespace Hardware;
+
+namespace {
+
+// One row of the engine vector registers' sheet, by chip.
+struct VectorRow {
+  ChipType chip;
+  U16 width;
+  U16 bits;
+  U16 instances;
+  U32 initRequestAddress;
+};
+
+std::vector<VectorRow> vectorRows() {
+  std::vector<VectorRow> rows = {
+      {ChipType::BCM88690_B0, 1, 22, 2, 362}, {ChipType::BCM88800_A0, 2, 34, 1, 455},
+      {ChipType::BCM88850_A0, 2, 34, 2, 450}, {ChipType::BCM88859_A2, 2, 34, 1, 450},
+      {ChipType::BCM88490_A0, 1, 22, 1, 412}};
+  for (ChipType c : tc::chips88480x()) rows.push_back({c, 1, 14, 1, 350});
+  for (ChipType c : tc::chips88860x()) rows.push_back({c, 1, 32, 4, 536});
+  return rows;
+}
+
+// The four vector classes, their distance from the init request register.
+struct VectorClass {
+  const char* name;
+  U32 distance;
+  bool (*address)(U32, U8, U32&, U32&, U32&, U16, U32, U16);
+  U16 (*width)(U32, U8);
+  U16 (*instanceCount)(U32, U8);
+  U32 fieldId;
+};
+
+const std::vector<VectorClass> kVectorClasses = {
+    {"CrpsEngineInitRequest", 0, &CrpsEngineInitRequest::getSchanAddress,
+     &CrpsEngineInitRequest::width, &CrpsEngineInitRequest::instanceCount, 120},
+    {"CrpsEngineScanEnable", 4, &CrpsEngineScanEnable::getSchanAddress,
+     &CrpsEngineScanEnable::width, &CrpsEngineScanEnable::instanceCount, 181},
+    {"CrpsEnginesDmaSelect", 8, &CrpsEnginesDmaSelect::getSchanAddress,
+     &CrpsEnginesDmaSelect::width, &CrpsEnginesDmaSelect::instanceCount, 119},
+    {"CrpsEngineMmuxEn", 14, &CrpsEngineMmuxEn::getSchanAddress, &CrpsEngineMmuxEn::width,
+     &CrpsEngineMmuxEn::instanceCount, 121},
+};
+
+// CRPS block instances by chip: (subBlock, block) for identifier 0, 1, ...
+std::vector<std::pair<U32, U32>> crpsInstances(ChipType chip) {
+  switch (chip) {
+    case ChipType::BCM88690_B0:
+      return {{2, 1}, {16, 8}};
+    case ChipType::BCM88800_A0:
+      return {{10, 5}};
+    case ChipType::BCM88850_A0:
+      return {{10, 12}, {10, 24}};
+    case ChipType::BCM88859_A2:
+      return {{10, 12}};
+    case ChipType::BCM88480_A0:
+    case ChipType::BCM88480_B0:
+      return {{0, 16}};
+    case ChipType::BCM88490_A0:
+      return {{0, 136}};
+    default:
+      return {{0, 105}, {0, 361}, {0, 617}, {0, 873}};
+  }
+}
+
+TEST(Geometry, VectorRegistersOnEveryChipAndInstance) {
+  for (const auto& row : vectorRows()) {
+    for (const auto& k : kVectorClasses) {
+      const U32 chip = tc::num(row.chip);
+      SCOPED_TRACE(std::string(k.name) + " on chip " + std::to_string(chip));
+      EXPECT_EQ(row.width, k.width(chip, 0));
+      EXPECT_EQ(row.instances, k.instanceCount(chip, 0));
+      const auto instances = crpsInstances(row.chip);
+      ASSERT_EQ(instances.size(), row.instances);
+      auto object = stringObj(k.name, row.chip, 0);
+      EXPECT_EQ(row.width, object->width());
+      EXPECT_EQ(1u, object->arrayElements());
+      EXPECT_EQ(0u, object->maxIdentifier());
+      EXPECT_EQ(1u, object->fieldCount());
+      EXPECT_EQ(row.bits, object->fieldWidth(k.fieldId));
+      EXPECT_EQ(0u, object->fieldOffset(k.fieldId));
+      for (U16 id = 0; id < row.instances; ++id) {
+        U32 address = 0, subBlock = 99, block = 99;
+        ASSERT_TRUE(k.address(chip, 0, address, subBlock, block, id, 0, 0));
+        EXPECT_EQ(row.initRequestAddress + k.distance, address);
+        EXPECT_EQ(instances[id], std::make_pair(subBlock, block)) << "identifier " << id;
+        EXPECT_TRUE(object->hasIdentifier(id));
+      }
+      EXPECT_FALSE(object->hasIdentifier(row.instances));
+    }
+  }
+}
+
+TEST(Geometry, ReservedSpareExistsOnTwoChipsOnly) {
+  for (ChipType c : {ChipType::BCM88850_A0, ChipType::BCM88859_A2}) {
+    U32 address = 0, subBlock = 0, block = 0;
+    ASSERT_TRUE(CrpsReservedSpare2::getSchanAddress(tc::num(c), 0, address, subBlock, block, 0, 0, 0));
+    EXPECT_EQ(146u, address);
+    EXPECT_EQ(1u, CrpsReservedSpare2::width(tc::num(c), 0));
+  }
+  EXPECT_EQ(2u, CrpsReservedSpare2::instanceCount(12, 0));
+  EXPECT_EQ(1u, CrpsReservedSpare2::instanceCount(14, 0));
+  EXPECT_ASSERTION(CrpsReservedSpare2::width(10, 0), "0");
+  EXPECT_ASSERTION(CrpsReservedSpare2::instanceCount(12, 1), "variant == 0");
+}
+
+TEST(Geometry, ModuleSourceConfigStepsByTwoPerEngine) {
+  struct Row {
+    ChipType chip;
+    U16 width;
+    U32 engines;
+    U32 base;
+  };
+  std::vector<Row> rows = {{ChipType::BCM88690_B0, 3, 22, 314}, {ChipType::BCM88800_A0, 3, 34, 383},
+                           {ChipType::BCM88850_A0, 3, 34, 378}, {ChipType::BCM88859_A2, 3, 34, 378},
+                           {ChipType::BCM88490_A0, 4, 22, 364}};
+  for (ChipType c : tc::chips88480x()) rows.push_back({c, 3, 14, 318});
+  for (ChipType c : tc::chips88860x()) rows.push_back({c, 4, 32, 468});
+  for (const auto& r : rows) {
+    const U32 chip = tc::num(r.chip);
+    SCOPED_TRACE(chip);
+    EXPECT_EQ(r.width, CrpsModulesrcCfg::width(chip, 0));
+    EXPECT_EQ(r.width, CrpsModulesrcCfg::regWidth(chip, 0));
+    EXPECT_EQ(r.engines, CrpsModulesrcCfg::arrayElements(chip, 0));
+    EXPECT_EQ(2u, CrpsModulesrcCfg::addrStride(chip, 0));
+    EXPECT_EQ(1u, CrpsEngineInitRequest::addrStride(chip, 0));
+    U32 address = 0, subBlock = 0, block = 0;
+    ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(chip, 0, address, subBlock, block, 0, 0, 0));
+    EXPECT_EQ(r.base, address);
+    ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(chip, 0, address, subBlock, block, 0, 0,
+                                                  static_cast<U16>(r.engines - 1)));
+    EXPECT_EQ(r.base + 2 * (r.engines - 1), address);
+    // The init request register follows the last element at a distance of 4.
+    U32 next = 0;
+    ASSERT_TRUE(CrpsEngineInitRequest::getSchanAddress(chip, 0, next, subBlock, block, 0, 0, 0));
+    EXPECT_EQ(r.base + 2 * r.engines + 4, next);
+    EXPECT_ASSERTION(CrpsModulesrcCfg::getSchanAddress(chip, 0, address, subBlock, block, 0, 0,
+                                                       static_cast<U16>(r.engines)),
+                     "arrayIndex < " + std::to_string(r.engines));
+  }
+  U32 address = 0, subBlock = 0, block = 0;
+  ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(11, 0, address, subBlock, block, 0, 0, 1));
+  EXPECT_EQ(385u, address);
+  ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(10, 0, address, subBlock, block, 0, 0, 21));
+  EXPECT_EQ(356u, address);
+}
+
+TEST(GetSchanAddress, UnknownPairGivesFalseAndLeavesOutputsAlone) {
+  for (auto [chip, variant] : std::vector<std::pair<U32, U8>>{{10, 1}, {13, 0}, {266, 0}, {0, 0}}) {
+    U32 address = 11, subBlock = 22, block = 33;
+    EXPECT_FALSE(CrpsEngineInitRequest::getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
+    EXPECT_FALSE(CrpsTypeMapMem::getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
+    EXPECT_EQ(11u, address);
+    EXPECT_EQ(22u, subBlock);
+    EXPECT_EQ(33u, block);
+  }
+}
+
+TEST(GetSchanAddress, ChecksTableEntryThenArrayIndexThenIdentifier) {
+  U32 a = 0, s = 0, b = 0;
+  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 9, 1, 0), "tableEntry == 0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 9, 0, 1), "arrayIndex < 1");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 2, 0, 0),
+                   "hasIdentifier( chipType, variant, identifier )");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(17, 0, a, s, b, 4, 0, 0),
+                   "hasIdentifier( chipType, variant, identifier )");
+  ASSERT_TRUE(CrpsEngineInitRequest::getSchanAddress(17, 0, a, s, b, 3, 0, 0));
+  EXPECT_EQ(std::make_pair(0u, 873u), std::make_pair(s, b));
+  // The instance form answers the same, with the object's chip and variant.
+  CrpsEngineScanEnable::WithStorage scan(ChipType::BCM88860_A0, 0);
+  ASSERT_TRUE(scan.getSchanAddress(a, s, b, 2, 0, 0));
+  EXPECT_EQ(540u, a);
+  EXPECT_EQ(617u, b);
+}
+
+TEST(Geometry, FailuresOfPlainQueries) {
+  // A chip the class has with one variant names that variant; other chips "0".
+  EXPECT_ASSERTION(CrpsEngineInitRequest::width(17, 8), "variant == 0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::width(13, 0), "0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::width(266, 0), "0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::fieldCount(10, 1), "variant == 0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::instanceCount(10, 1), "variant == 0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::hasIdentifier(10, 1, 0), "variant == 0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::arrayElements(9, 0), "0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::maxIdentifier(10, 2), "variant == 0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::allFieldsMask(10, 2), "variant == 0");
+  EXPECT_ASSERTION(CrpsModulesrcCfg::addrStride(22, 0), "0");
+  EXPECT_ASSERTION(CrpsModulesrcCfg::regWidth(11, 1), "variant == 0");
+  EXPECT_FALSE(CrpsEngineInitRequest::hasIdentifier(10, 0, 2));
+  EXPECT_EQ(0u, CrpsEngineInitRequest::maxIdentifier(17, 0));
+}
+
+// The block map: closed forms and cross-row regularities, checked over every
+// block of every chip.
+TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
+  using Fn = void (*)(U32, U8, U32, U32&, U32&);
+  struct Block {
+    const char* name;
+    Fn fn;
+    U32 base88860;  // block of identifier 0 on 88860x; 0 where the block has none there
+  };
+  using namespace TesselCounters;
+  const std::vector<Block> blocks = {
+      {"CGM", &BlockMap::CGM, 83},     {"CRPS", &BlockMap::CRPS, 105},  {"ETPPB", &BlockMap::ETPPB, 32},
+      {"ETPPC", &BlockMap::ETPPC, 33}, {"IPPA", &BlockMap::IPPA, 36},   {"IPPB", &BlockMap::IPPB, 37},
+      {"IPPC", &BlockMap::IPPC, 38},   {"IPPF", &BlockMap::IPPF, 35},   {"MCP", &BlockMap::MCP, 106},
+      {"PQP", &BlockMap::PQP, 100},
+  };
+  for (const auto& b : blocks) {
+    for (ChipType c : tc::chips88860x()) {
+      for (U32 id = 0; id < 4; ++id) {
+        U32 s = 9, k = 9;
+        b.fn(tc::num(c), 0, id, s, k);
+        EXPECT_EQ(0u, s) << b.name;
+        EXPECT_EQ(b.base88860 + 256 * id, k) << b.name;
+      }
+    }
+  }
+  // 88850 steps the block by 12 with subBlock fixed; 88859 has its first instance.
+  const std::vector<std::pair<const char*, Fn>> twoInstance = {
+      {"CGM", &BlockMap::CGM},     {"CRPS", &BlockMap::CRPS},   {"ERPP", &BlockMap::ERPP},
+      {"ETPPA", &BlockMap::ETPPA}, {"ETPPB", &BlockMap::ETPPB}, {"ETPPC", &BlockMap::ETPPC},
+      {"IPPA", &BlockMap::IPPA},   {"IPPB", &BlockMap::IPPB},   {"IPPC", &BlockMap::IPPC},
+      {"IPPF", &BlockMap::IPPF},   {"MCP", &BlockMap::MCP},     {"PQP", &BlockMap::PQP}};
+  for (const auto& [name, fn] : twoInstance) {
+    U32 s0, b0, s1, b1, s59, b59;
+    fn(12, 0, 0, s0, b0);
+    fn(12, 0, 1, s1, b1);
+    fn(14, 0, 0, s59, b59);
+    EXPECT_EQ(s0, s1) << name;
+    EXPECT_EQ(b0 + 12, b1) << name;
+    EXPECT_EQ(std::make_pair(s0, b0), std::make_pair(s59, b59)) << name;
+  }
+  U32 s, k;
+  BlockMap::CFC(12, 0, 1, s, k);
+  EXPECT_EQ(std::make_pair(4u, 48u), std::make_pair(s, k));
+  for (ChipType c : tc::allChips()) {
+    BlockMap::ECI(tc::num(c), 0, 0, s, k);
+    EXPECT_EQ(std::make_pair(0u, 0u), std::make_pair(s, k));
+  }
+  BlockMap::IPPF(10, 0, 1, s, k);
+  EXPECT_EQ(std::make_pair(0u, 10u), std::make_pair(s, k));
+  BlockMap::CGM(24, 0, 3, s, k);
+  EXPECT_EQ(std::make_pair(0u, 851u), std::make_pair(s, k));
+  // CDU instance lists depend on the variant.
+  BlockMap::CDU(12, 0, 1, s, k);
+  EXPECT_EQ(std::make_pair(4u, 28u), std::make_pair(s, k));
+  BlockMap::CDU(12, 1, 8, s, k);
+  EXPECT_EQ(std::make_pair(20u, 27u), std::make_pair(s, k));
+  BlockMap::CDU(10, 1, 9, s, k);
+  EXPECT_EQ(std::make_pair(26u, 7u), std::make_pair(s, k));
+  // 88859 has the first eight of the sixteen CDU v1 instances of 88850.
+  for (U32 id = 0; id < 8; ++id) {
+    U32 s50, k50;
+    BlockMap::CDU(12, 1, id, s50, k50);
+    BlockMap::CDU(14, 1, id, s, k);
+    EXPECT_EQ(std::make_pair(s50, k50), std::make_pair(s, k));
+  }
+  // NBU: 390-398 and 650-658 on 88860y; 88870 has its own order of sixteen.
+  for (U32 id = 0; id < 18; ++id) {
+    BlockMap::NBU(17, 0, id, s, k);
+    EXPECT_EQ(id < 9 ? 390 + id : 650 + id - 9, k);
+  }
+  const U32 nbu88870[16] = {390, 391, 392, 393, 650, 651, 652, 653, 395, 396, 397, 398, 655, 656, 657, 658};
+  for (U32 id = 0; id < 16; ++id) {
+    BlockMap::NBU(26, 0, id, s, k);
+    EXPECT_EQ(nbu88870[id], k);
+    EXPECT_EQ(0u, s);
+  }
+  for (U32 id = 0; id < 8; ++id) {
+    BlockMap::NBUTRX(25, 0, id, s, k);
+    EXPECT_EQ(380 + id, k);
+  }
+  BlockMap::CLU(11, 0, 5, s, k);
+  EXPECT_EQ(std::make_pair(10u, 3u), std::make_pair(s, k));
+}
+
+}  // namespace

@@ -1,0 +1,113 @@
+// Memory accessors: entries, spans, variants per chip and table addressing.
+#include "TestSupport.h"
+
+using namespace Hardware;
+
+namespace {
+
+struct TypeMapRow {
+  ChipType chip;
+  U32 engines;
+  U32 base;
+  U16 instances;
+};
+
+std::vector<TypeMapRow> typeMapRows() {
+  std::vector<TypeMapRow> rows = {{ChipType::BCM88690_B0, 22, 24576, 2},
+                                  {ChipType::BCM88800_A0, 34, 81920, 1},
+                                  {ChipType::BCM88850_A0, 34, 0, 2},
+                                  {ChipType::BCM88859_A2, 34, 0, 1},
+                                  {ChipType::BCM88490_A0, 22, 0, 1}};
+  for (ChipType c : tc::chips88480x()) rows.push_back({c, 14, 5632, 1});
+  for (ChipType c : tc::chips88860x()) rows.push_back({c, 32, 0, 4});
+  return rows;
+}
+
+TEST(TypeMap, GeometryAndAddressesOfEveryEngineTable) {
+  for (const auto& r : typeMapRows()) {
+    const U32 chip = tc::num(r.chip);
+    SCOPED_TRACE(chip);
+    CrpsTypeMapMem::WithStorage m(r.chip, 0);
+    EXPECT_EQ(4u, m.entries());
+    EXPECT_EQ(4u, CrpsTypeMapMem::entries(chip, 0));
+    EXPECT_EQ(1u, CrpsTypeMapMem::tableWidth(chip, 0));
+    EXPECT_EQ(1u, m.width());
+    EXPECT_EQ(r.engines, m.arrayElements());
+    EXPECT_EQ(r.instances, m.instanceCount());
+    EXPECT_EQ(0u, m.index_min());
+    EXPECT_EQ(0u, m.arrayIndex_min());
+    EXPECT_EQ(1u, m.tableVariantCount());
+    EXPECT_EQ(1u, CrpsTypeMapMem::tableVariantCount(chip));
+    const Orrery::EntrySpans spans = m.entrySpans();
+    ASSERT_EQ(1u, spans.count);
+    EXPECT_EQ(&CrpsTypeMapMem::_entrySpans_BCM88870_A0[0], spans.spans);
+    EXPECT_EQ(0u, spans.spans[0].firstEntry);
+    EXPECT_EQ(4u, spans.spans[0].size);
+    // Entry t of engine e at base + 4e + t, in every instance.
+    for (U16 id = 0; id < r.instances; ++id) {
+      for (U16 e : {U16{0}, static_cast<U16>(r.engines - 1)}) {
+        for (U32 t : {0u, 3u}) {
+          U32 address = 0, subBlock = 0, block = 0;
+          ASSERT_TRUE(m.getSchanAddress(address, subBlock, block, id, t, e));
+          EXPECT_EQ(r.base + 4 * e + t, address);
+          U32 s2 = 0, b2 = 0, a2 = 0;
+          CrpsEngineInitRequest::getSchanAddress(chip, 0, a2, s2, b2, id, 0, 0);
+          EXPECT_EQ(std::make_pair(s2, b2), std::make_pair(subBlock, block));
+        }
+      }
+    }
+    U32 a = 0, s = 0, b = 0;
+    EXPECT_ASSERTION(m.getSchanAddress(a, s, b, 0, 4, 0), "tableEntry < 4");
+    EXPECT_ASSERTION(m.getSchanAddress(a, s, b, 0, 0, static_cast<U16>(r.engines)),
+                     "arrayIndex < " + std::to_string(r.engines));
+    EXPECT_ASSERTION(m.getSchanAddress(a, s, b, r.instances, 0, 0),
+                     "hasIdentifier( chipType, variant, identifier )");
+  }
+}
+
+TEST(TypeMap, ExamplesOfTheSheet) {
+  U32 a = 0, s = 0, b = 0;
+  ASSERT_TRUE(CrpsTypeMapMem::getSchanAddress(11, 0, a, s, b, 0, 3, 33));
+  EXPECT_EQ(82055u, a);
+  for (U16 id = 0; id < 4; ++id) {
+    ASSERT_TRUE(CrpsTypeMapMem::getSchanAddress(17, 0, a, s, b, id, 3, 31));
+    EXPECT_EQ(127u, a);
+  }
+  EXPECT_TRUE(CrpsTypeMapMem::hasIdentifier(17, 0, 3));
+  EXPECT_FALSE(CrpsTypeMapMem::hasIdentifier(17, 0, 4));
+  // The table entry is checked before the array index and the identifier.
+  EXPECT_ASSERTION(CrpsTypeMapMem::getSchanAddress(11, 0, a, s, b, 7, 4, 34), "tableEntry < 4");
+}
+
+TEST(TypeMap, TheOneFieldAndItsChecks) {
+  std::vector<U8> buf = tc::randomBytes(4, 7);
+  const auto before = buf;
+  CrpsTypeMapMem m(ChipType::BCM88690_B0, buf.data(), 4, false, 0);
+  m.typeMapBitsIs(0xfffff);
+  EXPECT_EQ(0xfffffu, m.typeMapBits());
+  EXPECT_EQ(0u, tc::changedOutside(before, buf, 0, 20));
+  EXPECT_ASSERTION(m.typeMapBitsIs(0x100000), "value <= 0xfffff");
+  std::vector<U8> ones(4, 0xff);
+  CrpsTypeMapMem all(ChipType::BCM88860_A0, ones.data(), 4, false, 0);
+  EXPECT_EQ(0xfffffu, all.getAllFields());
+  CrpsTypeMapMem three(ChipType::BCM88860_A0, ones.data(), 3, false, 0);
+  EXPECT_EQ(0xfffffu, three.typeMapBits());
+  EXPECT_ASSERTION(three.getAllFields(), "len_ >= 4");
+  CrpsTypeMapMem two(ChipType::BCM88860_A0, ones.data(), 2, false, 0);
+  EXPECT_ASSERTION(two.typeMapBits(), "len_ >= 3");
+  EXPECT_ASSERTION(two.typeMapBitsIs(0), "len_ >= 3");
+}
+
+TEST(TypeMap, FailuresOfMemoryQueries) {
+  EXPECT_EQ(0u, CrpsTypeMapMem::tableVariantCount(13));
+  EXPECT_EQ(0u, CrpsTypeMapMem::tableVariantCount(266));
+  EXPECT_EQ(1u, CrpsTypeMapMem::tableVariantCount(10));
+  EXPECT_ASSERTION(CrpsTypeMapMem::entries(10, 1), "variant == 0");
+  EXPECT_ASSERTION(CrpsTypeMapMem::entries(13, 0), "0");
+  EXPECT_ASSERTION(CrpsTypeMapMem::tableWidth(10, 1), "variant == 0");
+  EXPECT_ASSERTION(CrpsTypeMapMem::index_min(19, 0), "0");
+  EXPECT_ASSERTION(CrpsTypeMapMem::arrayIndex_min(10, 3), "variant == 0");
+  EXPECT_ASSERTION(CrpsTypeMapMem::entrySpans(10, 1), "variant == 0");
+}
+
+}  // namespace
