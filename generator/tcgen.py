@@ -261,6 +261,8 @@ def umbrella(cat):
     o("// accessor classes.")
     o("#pragma once")
     o()
+    o("#include <Fennel/Slab.h>")
+    o("#include <Larch/Allocator.h>")
     o("#include <TesselCounters/AccessorBase.h>")
     o("#include <TesselCounters/BlockMap.h>")
     o("#include <TesselCounters/Classes.h>")

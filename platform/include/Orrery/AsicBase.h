@@ -50,7 +50,9 @@ class AsicBase {
   virtual bool getSchanAddress(U32& address, U32& subBlock, U32& block, U16 identifier,
                                U32 tableEntry, U16 arrayIndex) const = 0;
 
-  // Read-only views of the object's binding, for callers that hold the root class.
+  // The object's binding, for callers that hold the root class: the buffer
+  // (which a caller may fill or read as raw bytes), its length, chip and variant.
+  U8* buf() { return buf_; }
   const U8* buf() const { return buf_; }
   U16 len() const { return len_; }
   U8 chipType() const { return chipType_; }
