@@ -37,8 +37,14 @@ def normalise(text):
     return text
 
 
+_COMPARE = {ast.Lt: lambda a, b: a < b, ast.LtE: lambda a, b: a <= b,
+            ast.Gt: lambda a, b: a > b, ast.GtE: lambda a, b: a >= b,
+            ast.Eq: lambda a, b: a == b, ast.NotEq: lambda a, b: a != b}
+
+
 def evaluate(expr, env, where):
-    """Evaluates an integer formula: + - * //, parentheses, names from env."""
+    """Evaluates an integer formula: + - * //, parentheses, names from env.
+    A comparison (< <= > >= == !=, chained as in "0 <= N < c") gives 1 or 0."""
     if isinstance(expr, int):
         return expr
     text = normalise(str(expr)).strip()
@@ -58,6 +64,10 @@ def evaluate(expr, env, where):
             return env[node.id]
         if isinstance(node, ast.UnaryOp) and isinstance(node.op, ast.USub):
             return -walk(node.operand)
+        if isinstance(node, ast.Compare) and all(type(op) in _COMPARE for op in node.ops):
+            values = [walk(node.left)] + [walk(c) for c in node.comparators]
+            return int(all(_COMPARE[type(op)](a, b)
+                           for op, a, b in zip(node.ops, values, values[1:])))
         if isinstance(node, ast.BinOp):
             a, b = walk(node.left), walk(node.right)
             if isinstance(node.op, ast.Add):
@@ -68,7 +78,8 @@ def evaluate(expr, env, where):
                 return a * b
             if isinstance(node.op, ast.FloorDiv):
                 return a // b
-        fail(where, f"formula {expr!r} uses something other than integers, names and + - * //")
+        fail(where, f"formula {expr!r} uses something other than integers, names, + - * // "
+                    f"and comparisons")
 
     return walk(tree)
 
@@ -306,7 +317,7 @@ MEMORY_KEYS = {"chips", "layout", "width", "entries", "arrayElements", "instance
                "fieldCount", "tableVariantCount", "address"}
 CLASS_KEYS = {"class", "kind", "storage", "block", "chips", "packed", "geometry", "fields",
               "indexed", "params", "entry_spans", "note"}
-FIELD_KEYS = {"name", "id", "type", "view", "variants", "note"}
+FIELD_KEYS = {"name", "id", "type", "view", "variants", "where", "note"}
 
 # Member names every class has; a field's accessors must not take them.
 RESERVED = {"width", "regWidth", "tableWidth", "arrayElements", "maxIdentifier", "addrStride",
@@ -499,6 +510,8 @@ class Klass:
                 off_text, width_text = cell.rsplit(":", 1)
                 lenv = dict(env)
                 lenv.update(params.get(layout, {}))
+                if "where" in f and not evaluate(f["where"], lenv, name_where):
+                    continue
                 offset = evaluate(off_text, lenv, name_where)
                 width = evaluate(width_text, lenv, name_where)
                 if width <= 0 or offset < 0:

@@ -124,6 +124,19 @@ class CatalogueChecks(unittest.TestCase):
         text = GOOD + 'indexed = [ { name = "modeByIndex", fields = ["engineNMode", "engineNModes"] } ]\n'
         self.rejects(text, "modeByIndex", "engineNModes")
 
+    def test_where_drops_series_elements_per_layout(self):
+        text = GOOD.replace("fieldCount = 2", "fieldCount = 4").replace(
+            "fieldCount = 3", "fieldCount = 6").replace("packed = true\n", "").replace(
+            '  { name = "ENGINE_N_OVF_VALUE"',
+            '  { name = "EXPANSION_SELECT_<N>", N = "0-2", type = "U8", where = "N < c", '
+            'L1 = "32+N:1", L2 = "32+N:1" },\n  { name = "ENGINE_N_OVF_VALUE"')
+        text += "[params]\nL1 = { c = 2 }\nL2 = { c = 3 }\n"
+        (k,) = self.load(text).classes
+        self.assertEqual(k.fields_by_name["expansionSelect1"].cells, {(10, 0): (33, 1), (11, 0): (33, 1)})
+        self.assertEqual(k.fields_by_name["expansionSelect2"].cells, {(11, 0): (34, 1)})
+        self.rejects(text.replace("fieldCount = 4", "fieldCount = 5"), "BCM88690_B0", "fieldCount 5")
+        self.rejects(text.replace('"N < c"', '"N in c"'), "EXPANSION_SELECT_0", "comparisons")
+
 
 class Rules(unittest.TestCase):
     def test_accessor_names(self):
