@@ -316,7 +316,7 @@ REGISTER_KEYS = {"chips", "layout", "width", "arrayElements", "addrStride", "ins
 MEMORY_KEYS = {"chips", "layout", "width", "entries", "arrayElements", "instanceCount",
                "fieldCount", "tableVariantCount", "address"}
 CLASS_KEYS = {"class", "kind", "storage", "block", "chips", "packed", "geometry", "fields",
-              "indexed", "params", "entry_spans", "note"}
+              "indexed", "params", "entry_spans", "note", "vars", "shared_geometry"}
 FIELD_KEYS = {"name", "id", "type", "view", "variants", "where", "note"}
 
 # Member names every class has; a field's accessors must not take them.
@@ -344,6 +344,18 @@ class Klass:
         self.is_memory = self.kind == "memory"
         self.block = self._block(data, blocks, where)
         self.packed = bool(data.get("packed", False))
+        self.int_vars, self.str_vars = self._vars(data, where)
+
+        # Declared chips and variants; the geometry must cover exactly these.
+        declared = data.get("chips")
+        if declared is None:
+            fail(where, "no 'chips' line (the chips and variants of the class)")
+        expect = set()
+        for part in normalise(declared).split(";"):
+            expect |= set(chips.resolve_with_variants(part.strip(), where))
+        # A shared geometry table (one for a family of classes) may list chips
+        # beyond the class's own; those rows are left out for this class.
+        shared = bool(data.get("shared_geometry", False))
 
         # Geometry rows.
         self.rows = {}
@@ -358,6 +370,8 @@ class Klass:
             if extra:
                 fail(gw, f"unknown {', '.join(sorted(extra))}")
             for chip, variant in chips.resolve_with_variants(g["chips"], gw):
+                if shared and (chip, variant) not in expect:
+                    continue
                 if (chip, variant) in self.rows:
                     fail(gw, f"chip {chips.by_number[chip].name} variant {variant} has two rows")
                 r = Row()
@@ -368,7 +382,7 @@ class Klass:
                 r.addrStride = g.get("addrStride", 1)
                 r.instanceCount = g["instanceCount"]
                 r.fieldCount = g["fieldCount"]
-                r.address = evaluate(g["address"], {"variant": variant}, gw)
+                r.address = evaluate(g["address"], dict(self.int_vars, variant=variant), gw)
                 r.entries = g.get("entries")
                 r.tableVariantCount = g.get("tableVariantCount")
                 self.rows[(chip, variant)] = r
@@ -379,12 +393,6 @@ class Klass:
         self.layouts = layouts_used
 
         # Declared chips and variants must be exactly the geometry's.
-        declared = data.get("chips")
-        if declared is None:
-            fail(where, "no 'chips' line (the chips and variants of the class)")
-        expect = set()
-        for part in normalise(declared).split(";"):
-            expect |= set(chips.resolve_with_variants(part.strip(), where))
         have = set(self.rows)
         if expect != have:
             missing = sorted(expect - have)
@@ -453,6 +461,18 @@ class Klass:
             fail(where, "the class name starts with no block name; give 'block'")
         return derived
 
+    def _vars(self, data, where):
+        """Per-class constants: integers for formulas, texts for <name> in field names."""
+        ints, texts = {}, {}
+        for name, value in data.get("vars", {}).items():
+            vw = f"{where}: var {name!r}"
+            if not re.fullmatch(r"[a-z][A-Za-z0-9_]*", name) or name == "variant":
+                fail(vw, "a var name starts with a small letter and isn't 'variant'")
+            if isinstance(value, bool) or not isinstance(value, (int, str)):
+                fail(vw, "a var is an integer or a text")
+            (ints if isinstance(value, int) else texts)[name] = value
+        return ints, texts
+
     def _add_fields(self, f, params, ids, by_name, where):
         fw = f"{where}: field {f.get('name')!r}"
         if "name" not in f or "type" not in f:
@@ -464,13 +484,15 @@ class Klass:
                 fail(fw, f"unknown key {k!r} (not a layout of the geometry table)")
         if f["type"] not in TYPE_BITS:
             fail(fw, f"unknown type {f['type']!r}")
-        combos = [{}]
+        combos = [dict(self.int_vars)]
         for var, values in series.items():
             combos = [dict(c, **{var: (i if isinstance(x, str) else x)}, **(
                 {f"_{var}": x} if isinstance(x, str) else {}))
                 for c in combos for i, x in enumerate(values)]
         for env in combos:
             hw = f["name"]
+            for var, text in self.str_vars.items():
+                hw = hw.replace(f"<{var}>", text)
             for var in series:
                 value = env.get(f"_{var}", env[var])
                 hw = hw.replace(f"<{var}>", str(value))

@@ -138,6 +138,47 @@ class CatalogueChecks(unittest.TestCase):
         self.rejects(text.replace('"N < c"', '"N in c"'), "EXPANSION_SELECT_0", "comparisons")
 
 
+    FAMILY = '''
+[defaults]
+kind = "register"
+storage = 4
+block = "CRPS"
+shared_geometry = true
+geometry = [
+  { chips = "88690", layout = "L1", width = 1, arrayElements = 1, addrStride = 1, instanceCount = 2, fieldCount = 1, address = "a" },
+  { chips = "88800", layout = "L1", width = 1, arrayElements = 1, addrStride = 1, instanceCount = 1, fieldCount = 1, address = "b + 1" },
+]
+fields = [ { name = "<field>", id = "field_id", type = "U8", L1 = "0:5" } ]
+
+[[class_list]]
+class = "CrpsProbeA"
+chips = "88690, 88800"
+vars = { field = "ENGINE_N_MODE", field_id = 137, a = 10, b = 20 }
+
+[[class_list]]
+class = "CrpsProbeB"
+chips = "88800"
+vars = { field = "ENGINE_N_SCAN_MODE", b = 30, field_id = 156 }
+'''
+
+    def test_family_with_vars_and_shared_geometry(self):
+        cat = self.load(self.FAMILY)
+        a, b = cat.classes
+        self.assertEqual({k: r.address for k, r in a.rows.items()}, {(10, 0): 10, (11, 0): 21})
+        self.assertEqual({k: r.address for k, r in b.rows.items()}, {(11, 0): 31})
+        self.assertEqual([f.name for f in b.fields], ["engineNScanMode"])
+
+    def test_family_var_checked_like_any_formula(self):
+        self.rejects(self.FAMILY.replace("field_id = 156", "field_id = 155"),
+                     "CrpsProbeB", "ENGINE_N_SCAN_MODE", "id 155", "156")
+        self.rejects(self.FAMILY.replace("a = 10, ", ""), "CrpsProbeA", "'a'")
+        self.rejects(self.FAMILY.replace("field_id = 156", "Field_id = 156"), "CrpsProbeB", "var")
+
+    def test_geometry_beyond_chips_needs_shared_geometry(self):
+        text = self.FAMILY.replace("shared_geometry = true\n", "").replace("b = 30,", "a = 1, b = 30,")
+        self.rejects(text, "CrpsProbeB", "undeclared", "BCM88690_B0")
+
+
 class Rules(unittest.TestCase):
     def test_accessor_names(self):
         self.assertEqual(accessor_name("CFG_TRAP_OBJ_0_SHIFT"), "cfgTrapObj0Shift")
