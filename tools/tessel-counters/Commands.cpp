@@ -49,7 +49,7 @@ std::vector<U8> entryBytes(const Target& t, const std::vector<std::string>& toke
   if (bytes.size() > size)
     fail(what + " has " + std::to_string(bytes.size()) + " bytes, but " + t.cls + " on " +
          t.where() + " is " + std::to_string(size) + " bytes (" +
-         std::to_string(t.object->width()) + " words); give at most " + std::to_string(size) +
+         std::to_string(t.object->width()) + (t.object->width() == 1 ? " word" : " words") + "); give at most " + std::to_string(size) +
          " bytes, byte 0 first");
   if (bytes.size() < size)
     std::cerr << "note: " << what << " has " << bytes.size() << " of " << size
@@ -61,6 +61,22 @@ std::vector<U8> entryBytes(const Target& t, const std::vector<std::string>& toke
 void loadBuffer(Target& t, const std::vector<U8>& bytes) {
   std::fill(t.object->buf(), t.object->buf() + t.object->len(), U8{0});
   std::copy(bytes.begin(), bytes.end(), t.object->buf());
+}
+
+// Left-aligned columns, two blanks apart; the first row is the heading.
+void printTable(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<std::size_t> widths;
+  for (const auto& r : rows)
+    for (std::size_t c = 0; c < r.size(); ++c) {
+      if (widths.size() <= c) widths.push_back(0);
+      widths[c] = std::max(widths[c], r[c].size());
+    }
+  for (const auto& r : rows) {
+    std::string line;
+    for (std::size_t c = 0; c < r.size(); ++c)
+      line += c + 1 < r.size() ? r[c] + std::string(widths[c] - r[c].size() + 2, ' ') : r[c];
+    std::printf("%s\n", line.c_str());
+  }
 }
 
 std::string kindOf(const Orrery::AsicBase& o) { return o.isTable() ? "memory" : "register"; }
@@ -321,45 +337,46 @@ int cmdAddress(const Args& a) {
                 chipName(t.chip).c_str(), static_cast<unsigned>(t.variant), instances,
                 instances == 1 ? "" : "s", elements, elements == 1 ? "" : "s");
     if (memory) std::printf(", %u entries each", entries);
-    std::printf("\n%-8s  %-5s  ", "instance", "array");
-    if (memory) std::printf("%-10s  ", "entries");
-    std::printf("%-21s  %-21s  %8s  %5s\n", "address", "hex", "subBlock", "block");
+    std::printf("\n");
+    std::vector<std::vector<std::string>> rows;
+    rows.push_back({"instance", "array"});
+    if (memory) rows.back().push_back("entries");
+    for (const char* h : {"address", "hex", "subBlock", "block"}) rows.back().push_back(h);
     for (U16 id = 0; id < instances; ++id) {
       for (U32 e = 0; e < elements; ++e) {
         U32 first = 0, last = 0, subBlock = 0, block = 0;
         o.getSchanAddress(first, subBlock, block, id, 0, static_cast<U16>(e));
         o.getSchanAddress(last, subBlock, block, id, entries - 1, static_cast<U16>(e));
-        char dec[32], hex[32];
-        if (first == last) {
-          std::snprintf(dec, sizeof dec, "%u", first);
-          std::snprintf(hex, sizeof hex, "0x%x", first);
-        } else {
-          std::snprintf(dec, sizeof dec, "%u..%u", first, last);
-          std::snprintf(hex, sizeof hex, "0x%x..0x%x", first, last);
-        }
-        std::printf("%-8u  %-5u  ", id, e);
-        if (memory) std::printf("%-10s  ", rangeText(0, entries - 1).c_str());
-        std::printf("%-21s  %-21s  %8u  %5u\n", dec, hex, subBlock, block);
+        char hexFirst[16], hexLast[16];
+        std::snprintf(hexFirst, sizeof hexFirst, "0x%x", first);
+        std::snprintf(hexLast, sizeof hexLast, "0x%x", last);
+        rows.push_back({std::to_string(id), std::to_string(e)});
+        if (memory) rows.back().push_back(rangeText(0, entries - 1));
+        rows.back().push_back(rangeText(first, last));
+        rows.back().push_back(first == last ? hexFirst : std::string(hexFirst) + ".." + hexLast);
+        rows.back().push_back(std::to_string(subBlock));
+        rows.back().push_back(std::to_string(block));
       }
     }
+    printTable(rows);
     return 0;
   }
 
-  const auto pick = [&](const char* opt, U32 count, const std::string& what) -> U32 {
+  const auto pick = [&](const char* opt, U32 count, const std::string& one, const std::string& many) -> U32 {
     const std::string* text = a.get(opt);
     if (!text) return 0;
     const U64 v = parseNumber(*text, opt, 0xffffffffull);
     if (v >= count)
       fail(std::string(opt) + " " + *text + " is out of range: " + t.cls + " on " + t.where() +
-           " has " + std::to_string(count) + " " + what + (count == 1 ? "" : "s") + ", 0.." +
+           " has " + std::to_string(count) + " " + (count == 1 ? one : many) + ", 0.." +
            std::to_string(count - 1));
     return static_cast<U32>(v);
   };
-  const U32 id = pick("--instance", instances, "instance");
+  const U32 id = pick("--instance", instances, "instance", "instances");
   if (!memory && a.has("--entry") && parseNumber(*a.get("--entry"), "--entry", 0xffffffffull) != 0)
     fail(t.cls + " is a register and has no table entries; --entry applies to memories only");
-  const U32 entry = pick("--entry", entries, "entry");
-  const U32 element = pick("--array", elements, "array element");
+  const U32 entry = pick("--entry", entries, "entry", "entries");
+  const U32 element = pick("--array", elements, "array element", "array elements");
   U32 address = 0, subBlock = 0, block = 0;
   o.getSchanAddress(address, subBlock, block, static_cast<U16>(id), entry, static_cast<U16>(element));
   std::printf("%s on %s variant %u, instance %u", t.cls.c_str(), chipName(t.chip).c_str(),
