@@ -20,6 +20,7 @@ constexpr int kRowGap = 16;   // space between two words
 constexpr int kLeft = 128;    // room for the row labels
 constexpr int kRight = 24;
 constexpr int kTop = 112;     // title, subtitle and bit numbers above the first row
+constexpr int kBandNote = 18; // a line more above the rows when there are bands
 constexpr double kCharW = 0.6;  // advance of a monospace character, per pixel of font size
 
 struct Colour {
@@ -84,6 +85,7 @@ Picture draw(const Target& t) {
   const unsigned words = o.width();
   const unsigned bits = 32 * words;
   const int rowH = bands * kBandH;
+  const int top = kTop + (bands > 1 ? kBandNote : 0);
 
   Picture p;
   p.title = t.cls + " \u2014 " + chipName(t.chip) + " (" + std::to_string(static_cast<unsigned>(t.chip)) +
@@ -109,7 +111,7 @@ Picture draw(const Target& t) {
   const int legendColW = std::max(300, textWidth(std::string(longest, 'x'), 11) + 40);
   const int diagramW = kLeft + 32 * kBitW + kRight;
   const int width = std::max(diagramW, 24 + legendCols * legendColW);
-  const int rowsBottom = kTop + static_cast<int>(words) * (rowH + kRowGap);
+  const int rowsBottom = top + static_cast<int>(words) * (rowH + kRowGap);
   const int legendTop = rowsBottom + 34;
   const int height = legendTop + 22 + legendRows * 18 + 24;
 
@@ -129,12 +131,12 @@ Picture draw(const Target& t) {
   // Bit numbers within a word, and byte lanes, above the first row.
   for (int b = 0; b < 32; ++b) {
     const int x = kLeft + (31 - b) * kBitW;
-    s << "<text x=\"" << x + kBitW / 2 << "\" y=\"" << kTop - 8 << "\" font-size=\"10\" fill=\"#777\" "
+    s << "<text x=\"" << x + kBitW / 2 << "\" y=\"" << top - 8 << "\" font-size=\"10\" fill=\"#777\" "
       << "text-anchor=\"middle\">" << b << "</text>\n";
   }
   for (int byte = 0; byte < 4; ++byte) {
     const int x = kLeft + (3 - byte) * 8 * kBitW;
-    s << "<text x=\"" << x + 4 * kBitW << "\" y=\"" << kTop - 24 << "\" font-size=\"10\" fill=\"#999\" "
+    s << "<text x=\"" << x + 4 * kBitW << "\" y=\"" << top - 24 << "\" font-size=\"10\" fill=\"#999\" "
       << "text-anchor=\"middle\">byte +" << byte << "</text>\n";
   }
 
@@ -143,7 +145,7 @@ Picture draw(const Target& t) {
   for (const auto& f : fields)
     for (unsigned k = f.offset; k < f.offset + f.width && k < bits; ++k) covered[k] = true;
   for (unsigned w = 0; w < words; ++w) {
-    const int y = kTop + static_cast<int>(w) * (rowH + kRowGap);
+    const int y = top + static_cast<int>(w) * (rowH + kRowGap);
     s << "<text x=\"" << kLeft - 12 << "\" y=\"" << y + rowH / 2 - 2 << "\" font-size=\"13\" font-weight=\"bold\" "
       << "fill=\"#333\" text-anchor=\"end\">word " << w << "</text>\n";
     s << "<text x=\"" << kLeft - 12 << "\" y=\"" << y + rowH / 2 + 13 << "\" font-size=\"10\" fill=\"#777\" "
