@@ -1,5 +1,9 @@
 // The road of one request: set the scan enable vector of instance 2 of a
 // BCM88860_A0, by name, as a program that drives the switch would.
+//
+// Built against the installed package with CMake (CMakeLists.txt beside it,
+// find_package) or with pkg-config:
+//   c++ -std=c++17 main.cpp $(pkg-config --cflags --libs TesselCountersOrrery)
 #include <TesselCountersOrrery.h>
 
 #include <cstdio>

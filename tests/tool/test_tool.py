@@ -4,12 +4,29 @@
 Run: test_tool.py PATH_TO_TESSEL_COUNTERS
 """
 
+import json
 import os
+import random
 import subprocess
 import sys
+import tempfile
 import unittest
+import xml.etree.ElementTree as ET
 
 TOOL = sys.argv.pop(1)
+GOLDEN = os.path.join(os.path.dirname(os.path.abspath(__file__)), "golden")
+
+# (class, chip) pairs that the round-trip tests walk: registers of one to four
+# words, a memory, and the one class that exists on two chips only.
+TARGETS = [
+    ("CrpsEngineInitRequest", "BCM88690_B0"),
+    ("CrpsEngineInitRequest", "BCM88800_A0"),
+    ("CrpsEnginesDmaSelect", "BCM88480_A0"),
+    ("CrpsModulesrcCfg", "BCM88690_B0"),
+    ("CrpsModulesrcCfg", "BCM88860_A0"),
+    ("CrpsReservedSpare2", "BCM88850_A0"),
+    ("CrpsTypeMapMem", "BCM88870_A0"),
+]
 
 
 def run(*args, env=None):
@@ -66,6 +83,186 @@ class Output(unittest.TestCase):
         self.assertEqual("", err)
 
 
+def golden(name):
+    with open(os.path.join(GOLDEN, name)) as f:
+        return f.read()
+
+
+def describe(cls, chip):
+    rc, out, err = run("describe", cls, "--chip", chip, "--json")
+    assert rc == 0, err
+    return json.loads(out)
+
+
+def field_bits(data, offset, width):
+    """The field's value read straight from the bytes, bit k in byte k // 8."""
+    return (int.from_bytes(data, "little") >> offset) & ((1 << width) - 1)
+
+
+class Decode(unittest.TestCase):
+    def test_golden_text(self):
+        for name, args in [
+            ("decode_modulesrc_88690.txt",
+             ["CrpsModulesrcCfg", "--chip", "BCM88690_B0", "01 00 00 00 ff ff ff ff 0f 00 00 fc"]),
+            ("decode_type_map_88870.txt", ["CrpsTypeMapMem", "--chip", "26", "0x5a:a5:0f:00"]),
+        ]:
+            with self.subTest(name):
+                rc, out, err = run("decode", *args)
+                self.assertEqual((0, ""), (rc, err))
+                self.assertEqual(golden(name), out)
+
+    def test_values_match_the_bits_of_the_input(self):
+        rnd = random.Random(7)
+        for cls, chip in TARGETS:
+            with self.subTest(cls=cls, chip=chip):
+                layout = describe(cls, chip)
+                data = bytes(rnd.randrange(256) for _ in range(layout["entryBytes"]))
+                rc, out, err = run("decode", cls, "--chip", chip, "--json", data.hex())
+                self.assertEqual(0, rc, err)
+                decoded = json.loads(out)
+                self.assertEqual(data.hex(" "), decoded["bytes"])
+                self.assertEqual([f["name"] for f in layout["fields"]],
+                                 [f["name"] for f in decoded["fields"]])
+                covered = 0
+                for f in decoded["fields"]:
+                    want = field_bits(data, f["offset"], f["width"])
+                    self.assertEqual(want, int(f["hex"], 16), f["name"])
+                    self.assertEqual(str(want), f["decimal"], f["name"])
+                    covered |= ((1 << f["width"]) - 1) << f["offset"]
+                stray = 0
+                for r in decoded["strayBits"]:
+                    stray |= ((1 << (r["last"] - r["first"] + 1)) - 1) << r["first"]
+                self.assertEqual(int.from_bytes(data, "little") & ~covered, stray)
+
+    def test_hex_forms_are_the_same_bytes(self):
+        forms = [["0x0102030405060708"], ["0102030405060708"], ["01 02 03 04 05 06 07 08"],
+                 ["01:02:03:04:05:06:07:08"], ["0x01020304", "0x05060708"], ["0102", "0304:0506", "0708"]]
+        outs = {run("decode", "CrpsEngineInitRequest", "--chip", "11", *f)[1] for f in forms}
+        self.assertEqual(1, len(outs))
+        self.assertIn("0..33", outs.pop())
+
+    def test_short_input_is_completed_with_zeros_and_said_so(self):
+        rc, out, err = run("decode", "CrpsEngineInitRequest", "--chip", "11", "ffff")
+        self.assertEqual(0, rc)
+        self.assertIn("bytes ff ff 00 00 00 00 00 00\n", out)
+        self.assertIn("0x00000ffff", out)
+        self.assertIn("note: HEX has 2 of 8 bytes; bytes 2..7 are taken as 00", err)
+
+
+class Encode(unittest.TestCase):
+    def test_round_trip_by_accessor_and_hardware_name(self):
+        rnd = random.Random(11)
+        for cls, chip in TARGETS:
+            layout = describe(cls, chip)
+            for by in ("name", "hardwareName"):
+                with self.subTest(cls=cls, chip=chip, by=by):
+                    expected = 0
+                    assigns = []
+                    for f in layout["fields"]:
+                        v = rnd.getrandbits(f["width"])
+                        expected |= v << f["offset"]
+                        assigns.append(f"{f[by]}={v:#x}" if v % 2 else f"{f[by]}={v}")
+                    rc, out, err = run("encode", cls, "--chip", chip, *assigns)
+                    self.assertEqual(0, rc, err)
+                    want = expected.to_bytes(layout["entryBytes"], "little").hex(" ")
+                    self.assertEqual(want + "\n", out)
+
+    def test_from_keeps_the_bits_it_does_not_write(self):
+        start = "01 00 00 00 ff ff ff ff 0f 00 00 fc"
+        rc, out, _ = run("encode", "CrpsModulesrcCfg", "--chip", "10", "--from", start,
+                         "modulesrcNGroupSize=63", "MODULESRC_N_PTR_BASE_NORMALIZE=0")
+        self.assertEqual(0, rc)
+        self.assertEqual("e1 07 00 00 f8 ff ff ff 0f 00 00 fc\n", out)
+        rc, again, _ = run("decode", "CrpsModulesrcCfg", "--chip", "10", out.strip())
+        self.assertIn("set bits outside every field: 66..67, 90..95", again)
+
+    def test_widest_value_fits(self):
+        for chip, width in [("BCM88690_B0", 22), ("BCM88800_A0", 34), ("BCM88480_A0", 14)]:
+            with self.subTest(chip=chip):
+                rc, out, err = run("encode", "CrpsEngineScanEnable", "--chip", chip,
+                                   f"engineScanEnable={(1 << width) - 1}")
+                self.assertEqual(0, rc, err)
+                self.assertEqual((1 << width) - 1, int.from_bytes(bytes.fromhex(out), "little"))
+
+
+class Address(unittest.TestCase):
+    def test_one_address(self):
+        cases = [
+            (["CrpsEngineInitRequest", "--chip", "10", "--instance", "1"], (362, 16, 8)),
+            (["CrpsEngineScanEnable", "--chip", "BCM88860_A0", "--instance", "2"], (540, 0, 617)),
+            (["CrpsModulesrcCfg", "--chip", "11", "--array", "1"], (385, None, None)),
+            (["CrpsTypeMapMem", "--chip", "11", "--entry", "3", "--array", "33"], (82055, 10, 5)),
+            (["CrpsTypeMapMem", "--chip", "11", "--entry=0x3", "--array=0x21"], (82055, 10, 5)),
+        ]
+        for args, (address, sub, block) in cases:
+            with self.subTest(args=args):
+                rc, out, err = run("address", *args)
+                self.assertEqual(0, rc, err)
+                self.assertIn(f"address   {address} ({address:#x})\n", out)
+                if sub is not None:
+                    self.assertIn(f"subBlock  {sub}\nblock     {block}\n", out)
+        self.assertEqual(golden("address_type_map_88800.txt"),
+                         run("address", "CrpsTypeMapMem", "--chip", "11", "--entry", "3",
+                             "--array", "33")[1])
+
+    def test_all(self):
+        rc, out, _ = run("address", "CrpsEngineScanEnable", "--chip", "BCM88860_A0", "--all")
+        self.assertEqual(golden("address_all_scan_enable_88860.txt"), out)
+        for cls, chip, rows in [("CrpsModulesrcCfg", "10", 2 * 22), ("CrpsTypeMapMem", "26", 4 * 32)]:
+            with self.subTest(cls=cls):
+                rc, out, _ = run("address", cls, "--chip", chip, "--all")
+                lines = out.splitlines()
+                self.assertEqual(rows, len(lines) - 2)
+        rc, out, _ = run("address", "CrpsTypeMapMem", "--chip", "10", "--all")
+        self.assertIn("1         21     0..3     24660..24663  0x6054..0x6057  16        8", out)
+
+
+class Describe(unittest.TestCase):
+    def test_json_agrees_with_the_text(self):
+        for cls, chip in TARGETS:
+            with self.subTest(cls=cls, chip=chip):
+                layout = describe(cls, chip)
+                _, text, _ = run("describe", cls, "--chip", chip)
+                rows = [l.split() for l in text.splitlines() if l.startswith(" " * 18)]
+                self.assertEqual([[f["name"], str(f["id"]), str(f["offset"]), str(f["width"])]
+                                  for f in layout["fields"]], rows)
+                self.assertEqual(len(layout["fields"]), layout["fieldCount"])
+                self.assertEqual(layout["instanceCount"], len(layout["instances"]))
+                self.assertEqual(4 * layout["widthWords"], layout["entryBytes"])
+                self.assertEqual(layout["kind"] == "memory", "entries" in layout)
+
+
+class Map(unittest.TestCase):
+    SVG = "{http://www.w3.org/2000/svg}"
+
+    def test_svg_and_html(self):
+        for cls, chip in TARGETS:
+            with self.subTest(cls=cls, chip=chip), tempfile.TemporaryDirectory() as d:
+                layout = describe(cls, chip)
+                svg, html = os.path.join(d, "m.svg"), os.path.join(d, "m.html")
+                rc, out, err = run("map", cls, "--chip", chip, "--svg", svg, "--html", html)
+                self.assertEqual((0, "", ""), (rc, out, err))
+                root = ET.parse(svg).getroot()
+                titles = [t.text for t in root.iter(self.SVG + "title")]
+                # One box per field and word it touches, each with a tooltip.
+                segments = sum(len({(b // 32) for b in range(f["offset"], f["offset"] + f["width"])})
+                               for f in layout["fields"])
+                self.assertEqual(segments, len(titles))
+                for f in layout["fields"]:
+                    self.assertTrue(any(t.startswith(f["name"] + " (") for t in titles), f["name"])
+                words = [t.text for t in root.iter(self.SVG + "text") if (t.text or "").startswith("word ")]
+                self.assertEqual([f"word {w}" for w in range(layout["widthWords"])], words)
+                with open(html) as h:
+                    page = h.read()
+                self.assertEqual(len(layout["fields"]), page.count("<tr><td"))
+                self.assertIn("<svg", page)
+
+    def test_stdout(self):
+        rc, out, _ = run("map", "CrpsReservedSpare2", "--chip", "12", "--svg", "-")
+        self.assertEqual(0, rc)
+        ET.fromstring(out)
+
+
 class Errors(unittest.TestCase):
     def check(self, args, *parts):
         rc, out, err = run(*args)
@@ -85,7 +282,9 @@ class Errors(unittest.TestCase):
         self.check(["classes", "--chip"], "--chip needs a value")
         self.check(["classes", "--chip", "10", "--chip", "11"], "given twice")
         self.check(["chips", "extra"], "chips takes no arguments")
-        self.check(["describe", "--chip", "10"], "describe takes one class name")
+        self.check(["describe", "--chip", "10"], "a class name is required")
+        self.check(["describe", "CrpsTypeMapMem", "CrpsTypeMapMem", "--chip", "10"],
+                   "unexpected argument", "describe takes one class name")
         self.check(["describe", "crpsTypeMapMem", "--chip", "10"], "unknown class 'crpsTypeMapMem'",
                    "did you mean CrpsTypeMapMem?")
         self.check(["describe", "CrpsReservedSpare2", "--chip", "BCM88690_B0"],
@@ -96,6 +295,71 @@ class Errors(unittest.TestCase):
         self.check(["describe", "CrpsTypeMapMem", "--chip", "10", "--variant", "-1"], "0 to 255")
         self.check(["describe", "CrpsTypeMapMem", "--chip", "10", "--colour", "red"],
                    "unknown option --colour", "--chip, --variant")
+        self.check(["describe", "CrpsTypeMapMem", "--chip", "10", "--json=yes"], "--json takes no value")
+
+    def test_decode(self):
+        d = ["decode", "CrpsEngineInitRequest", "--chip", "10"]
+        self.check(d, "decode takes a class name and HEX")
+        self.check(d + ["0xfg"], "bad HEX '0xfg'", "'g' is not a hex digit", "byte 0 first")
+        self.check(d + ["123"], "bad HEX", "odd count of digits")
+        self.check(d + ["0x"], "bad HEX", "'0x' without digits")
+        self.check(d + [":"], "bad HEX", "no bytes")
+        self.check(d + ["01 02 03 04 05"], "HEX has 5 bytes", "is 4 bytes (1 word)",
+                   "at most 4 bytes")
+        self.check(["decode", "CrpsNoSuch", "--chip", "10", "00"], "unknown class 'CrpsNoSuch'")
+        self.check(["decode", "CrpsReservedSpare2", "--chip", "26", "00"],
+                   "does not exist on BCM88870_A0", "BCM88850_A0")
+        self.check(["decode", "CrpsEngineInitRequest", "00"], "--chip is required")
+        self.check(d + ["--variant", "3", "00"], "has no variant 3", "valid variants: 0")
+
+    def test_encode(self):
+        e = ["encode", "CrpsModulesrcCfg", "--chip", "10"]
+        self.check(e, "encode takes a class name and at least one FIELD=VALUE")
+        self.check(e + ["modulesrcNGroupSize"], "expected FIELD=VALUE, not 'modulesrcNGroupSize'")
+        self.check(e + ["=5"], "expected FIELD=VALUE")
+        self.check(e + ["modulesrcNGroupSiz=1"], "CrpsModulesrcCfg has no field 'modulesrcNGroupSiz'",
+                   "did you mean modulesrcNGroupSize?", "modulesrcNMmuxSourceSelect")
+        self.check(e + ["engineNMode=1"], "has no field 'engineNMode'", "fields of CrpsModulesrcCfg")
+        self.check(e + ["modulesrcNGroupSize0=1"],
+                   "field 'modulesrcNGroupSize0' of CrpsModulesrcCfg is not on BCM88690_B0 variant 0",
+                   "BCM88490_A0 variant 0", "modulesrcNGroupSize,")
+        self.check(e + ["modulesrcNGroupSize=64"], "value 64 is too wide for modulesrcNGroupSize",
+                   "6 bits, at most 0x3f (63)")
+        self.check(e + ["MODULESRC_N_GROUP_SIZE=0x40"], "too wide", "at most 0x3f")
+        self.check(e + ["modulesrcNGroupSize=-1"], "bad value '-1'", "decimal number or 0x")
+        self.check(e + ["modulesrcNGroupSize=ff"], "bad value 'ff'")
+        self.check(e + ["modulesrcNGroupSize=0x"], "bad value '0x'")
+        self.check(e + ["modulesrcNGroupSize=1", "MODULESRC_N_GROUP_SIZE=2"],
+                   "field modulesrcNGroupSize given twice")
+        self.check(e + ["--from", "zz", "modulesrcNGroupSize=1"], "bad --from 'zz'")
+        self.check(e + ["--from", "00" * 13, "modulesrcNGroupSize=1"], "--from has 13 bytes",
+                   "at most 12 bytes")
+        self.check(["encode", "CrpsEngineInitRequest", "--chip", "11",
+                    "engineInitRequest=0x400000000"], "too wide", "34 bits, at most 0x3ffffffff")
+
+    def test_address(self):
+        a = ["address", "CrpsTypeMapMem", "--chip", "11"]
+        self.check(a + ["--instance", "1"], "--instance 1 is out of range",
+                   "has 1 instance, 0..0")
+        self.check(a + ["--entry", "4"], "--entry 4 is out of range", "has 4 entries, 0..3")
+        self.check(a + ["--array", "34"], "--array 34 is out of range", "34 array elements, 0..33")
+        self.check(a + ["--array", "x"], "--array must be a number")
+        self.check(a + ["--array", "99999999999999999999999"], "--array must be a number")
+        self.check(a + ["--all", "--array", "1"], "--all lists every instance", "drop --array")
+        self.check(a + ["--all=1"], "--all takes no value")
+        self.check(["address", "CrpsEngineInitRequest", "--chip", "10", "--entry", "1"],
+                   "CrpsEngineInitRequest is a register and has no table entries")
+        self.check(["address", "CrpsEngineInitRequest", "--chip", "10", "--instance", "2"],
+                   "has 2 instances, 0..1")
+        self.check(["address", "CrpsEngineInitRequest", "CrpsTypeMapMem", "--chip", "10"],
+                   "unexpected argument 'CrpsTypeMapMem'")
+
+    def test_map(self):
+        m = ["map", "CrpsTypeMapMem", "--chip", "10"]
+        self.check(m, "map needs --svg FILE or --html FILE")
+        self.check(m + ["--svg", "-", "--html", "-"], "can't both go to stdout")
+        self.check(m + ["--svg", "/nonexistent-dir/x.svg"], "cannot write '/nonexistent-dir/x.svg'")
+        self.check(["map", "CrpsTypeMapMem", "--chip", "99", "--svg", "-"], "unknown chip '99'")
 
 
 if __name__ == "__main__":

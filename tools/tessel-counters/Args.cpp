@@ -1,0 +1,203 @@
+#include "Args.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace Tool {
+
+void fail(const std::string& message) { throw UsageError{message}; }
+
+const std::string* Args::get(const std::string& option) const {
+  auto it = options.find(option);
+  return it == options.end() ? nullptr : &it->second;
+}
+
+Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& allowed) {
+  Args a;
+  for (int i = first; i < argc; ++i) {
+    std::string arg = argv[i];
+    if (arg.rfind("--", 0) != 0) {
+      a.positional.push_back(arg);
+      continue;
+    }
+    std::string value;
+    bool inlineValue = false;
+    if (const auto eq = arg.find('='); eq != std::string::npos) {
+      value = arg.substr(eq + 1);
+      arg = arg.substr(0, eq);
+      inlineValue = true;
+    }
+    auto spec = std::find_if(allowed.begin(), allowed.end(),
+                             [&](const OptionSpec& o) { return o.name == arg; });
+    if (spec == allowed.end()) {
+      std::string list;
+      for (const auto& o : allowed) list += (list.empty() ? "" : ", ") + o.name;
+      fail("unknown option " + arg +
+           (list.empty() ? "; this command takes no options" : "; this command takes " + list));
+    }
+    if (spec->takesValue && !inlineValue) {
+      if (i + 1 >= argc) fail("option " + arg + " needs a value");
+      value = argv[++i];
+    } else if (!spec->takesValue && inlineValue) {
+      fail("option " + arg + " takes no value");
+    }
+    if (a.options.count(arg)) fail("option " + arg + " given twice");
+    a.options[arg] = value;
+  }
+  return a;
+}
+
+namespace {
+
+int hexDigit(char c) {
+  if (c >= '0' && c <= '9') return c - '0';
+  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  return -1;
+}
+
+bool startsWith0x(const std::string& s) { return s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X'); }
+
+// Little-endian bytes of a number given by its digits in `base`, most
+// significant first.
+std::vector<U8> digitsToBytes(const std::string& digits, int base) {
+  std::vector<U8> out;
+  for (char c : digits) {
+    unsigned carry = static_cast<unsigned>(hexDigit(c));
+    for (auto& b : out) {
+      const unsigned v = b * static_cast<unsigned>(base) + carry;
+      b = static_cast<U8>(v & 0xff);
+      carry = v >> 8;
+    }
+    while (carry) {
+      out.push_back(static_cast<U8>(carry & 0xff));
+      carry >>= 8;
+    }
+  }
+  return out;
+}
+
+unsigned bitLength(const std::vector<U8>& value) {
+  for (std::size_t i = value.size(); i-- > 0;) {
+    if (value[i] == 0) continue;
+    unsigned n = 0;
+    for (unsigned b = value[i]; b; b >>= 1) ++n;
+    return static_cast<unsigned>(8 * i + n);
+  }
+  return 0;
+}
+
+}  // namespace
+
+U64 parseNumber(const std::string& text, const std::string& what, U64 max) {
+  const bool hex = startsWith0x(text);
+  const std::string digits = hex ? text.substr(2) : text;
+  const auto bad = [&] {
+    fail(what + " must be a number from 0 to " + std::to_string(max) + ", not '" + text + "'");
+  };
+  if (digits.empty() || digits.size() > 20) bad();
+  for (char c : digits)
+    if (hex ? hexDigit(c) < 0 : !std::isdigit(static_cast<unsigned char>(c))) bad();
+  const auto bytes = digitsToBytes(digits, hex ? 16 : 10);
+  if (bitLength(bytes) > 64) bad();
+  U64 v = 0;
+  for (std::size_t i = 0; i < bytes.size(); ++i) v |= static_cast<U64>(bytes[i]) << (8 * i);
+  if (v > max) bad();
+  return v;
+}
+
+std::vector<U8> parseHexBytes(const std::vector<std::string>& tokens, const std::string& what) {
+  std::string text;
+  for (const auto& t : tokens) text += (text.empty() ? "" : " ") + t;
+  const auto bad = [&](const std::string& why) {
+    fail("bad " + what + " '" + text + "': " + why +
+         "; give the bytes in buffer order, byte 0 first, as pairs of hex digits, e.g. "
+         "'0x01020304', '01 02 03 04' or '01:02:03:04'");
+  };
+  std::vector<U8> out;
+  std::size_t i = 0;
+  while (i < text.size()) {
+    if (text[i] == ' ' || text[i] == ':' || text[i] == '\t') {
+      ++i;
+      continue;
+    }
+    std::size_t j = i;
+    while (j < text.size() && text[j] != ' ' && text[j] != ':' && text[j] != '\t') ++j;
+    std::string group = text.substr(i, j - i);
+    if (startsWith0x(group)) group = group.substr(2);
+    if (group.empty()) bad("'0x' without digits");
+    for (char c : group)
+      if (hexDigit(c) < 0) bad(std::string("'") + c + "' is not a hex digit");
+    if (group.size() % 2) bad("'" + group + "' is not a whole number of bytes (odd count of digits)");
+    for (std::size_t k = 0; k < group.size(); k += 2)
+      out.push_back(static_cast<U8>(hexDigit(group[k]) * 16 + hexDigit(group[k + 1])));
+    i = j;
+  }
+  if (out.empty()) bad("no bytes");
+  return out;
+}
+
+std::vector<U8> parseFieldValue(const std::string& text, unsigned width, bool hexOnly,
+                                const std::string& describeLimit) {
+  const bool prefixed = startsWith0x(text);
+  const bool hex = hexOnly || prefixed;
+  std::string digits = prefixed ? text.substr(2) : text;
+  digits.erase(std::remove(digits.begin(), digits.end(), '_'), digits.end());
+  const std::string form = hexOnly ? "hex digits (0x optional)" : "a decimal number or 0x and hex digits";
+  if (digits.empty()) fail("bad value '" + text + "' for " + describeLimit + "; give " + form);
+  for (char c : digits)
+    if (hex ? hexDigit(c) < 0 : !std::isdigit(static_cast<unsigned char>(c)))
+      fail("bad value '" + text + "' for " + describeLimit + "; give " + form);
+  auto bytes = digitsToBytes(digits, hex ? 16 : 10);
+  if (bitLength(bytes) > width) {
+    std::vector<U8> max((width + 7) / 8, 0xff);
+    if (width % 8) max.back() = static_cast<U8>((1u << (width % 8)) - 1);
+    fail("value " + text + " is too wide for " + describeLimit + ": " + std::to_string(width) +
+         " bits, at most " + hexValue(max, width) +
+         (width <= 64 ? " (" + decimalValue(max) + ")" : ""));
+  }
+  bytes.resize((width + 7) / 8, 0);
+  return bytes;
+}
+
+std::string hexValue(const std::vector<U8>& value, unsigned width) {
+  static const char* const kDigits = "0123456789abcdef";
+  const unsigned nibbles = std::max(1u, (width + 3) / 4);
+  std::string out = "0x";
+  for (unsigned n = nibbles; n-- > 0;) {
+    const std::size_t byte = n / 2;
+    const unsigned v = byte < value.size() ? (value[byte] >> (4 * (n % 2))) & 0xf : 0;
+    out += kDigits[v];
+  }
+  return out;
+}
+
+std::string decimalValue(const std::vector<U8>& value) {
+  std::vector<U8> rest(value.rbegin(), value.rend());  // most significant first
+  std::string out;
+  while (std::any_of(rest.begin(), rest.end(), [](U8 b) { return b != 0; })) {
+    unsigned rem = 0;
+    for (auto& b : rest) {
+      const unsigned cur = rem * 256 + b;
+      b = static_cast<U8>(cur / 10);
+      rem = cur % 10;
+    }
+    out += static_cast<char>('0' + rem);
+  }
+  if (out.empty()) out = "0";
+  std::reverse(out.begin(), out.end());
+  return out;
+}
+
+std::string hexBytes(const U8* bytes, std::size_t count) {
+  static const char* const kDigits = "0123456789abcdef";
+  std::string out;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (i) out += ' ';
+    out += kDigits[bytes[i] >> 4];
+    out += kDigits[bytes[i] & 0xf];
+  }
+  return out;
+}
+
+}  // namespace Tool

@@ -1,0 +1,59 @@
+// Command-line parsing shared by all subcommands: options, numbers, hex byte
+// strings and field values. Every problem is a UsageError, which main turns
+// into one line on stderr and exit status 2.
+#pragma once
+
+#include <Hardware/Types.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+constexpr int kUsageError = 2;
+
+struct UsageError {
+  std::string message;
+};
+
+[[noreturn]] void fail(const std::string& message);
+
+struct OptionSpec {
+  std::string name;  // "--chip"
+  bool takesValue;   // false for switches such as "--json"
+};
+
+struct Args {
+  std::vector<std::string> positional;
+  std::map<std::string, std::string> options;  // a switch maps to ""
+
+  bool has(const std::string& option) const { return options.count(option) != 0; }
+  const std::string* get(const std::string& option) const;
+};
+
+Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& allowed);
+
+// A whole number, decimal or 0x-prefixed hex, from 0 to max.
+U64 parseNumber(const std::string& text, const std::string& what, U64 max);
+
+// Bytes in buffer order (byte 0 first), as a hex dump shows them: an optional
+// 0x, pairs of hex digits, optionally grouped by spaces or colons. Each group
+// holds whole bytes. The tokens are joined with spaces first.
+std::vector<U8> parseHexBytes(const std::vector<std::string>& tokens, const std::string& what);
+
+// A field value as a little-endian byte array of `width` bits at most. With
+// `hexOnly` (fields wider than 64 bits) the digits are hex, 0x optional;
+// otherwise decimal, or hex after 0x. The digits are a number: the most
+// significant digit comes first. `describeLimit` names the field in messages.
+std::vector<U8> parseFieldValue(const std::string& text, unsigned width, bool hexOnly,
+                                const std::string& describeLimit);
+
+// "0x3fffff": the value's hex digits, padded to the field's width.
+std::string hexValue(const std::vector<U8>& value, unsigned width);
+// The value in decimal, at any width.
+std::string decimalValue(const std::vector<U8>& value);
+// "ff ff 3f 00": bytes in buffer order.
+std::string hexBytes(const U8* bytes, std::size_t count);
+
+}  // namespace Tool

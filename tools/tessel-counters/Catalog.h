@@ -1,0 +1,75 @@
+// What the library knows, found through its queries that never stop: chips,
+// classes, variants, and the fields of one accessor. Every lookup that the
+// user's input drives is checked here first, so that the library's own
+// fatal checks are never reached.
+#pragma once
+
+#include "Args.h"
+
+#include <TesselCountersOrrery.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace Tool {
+
+std::vector<Hardware::ChipType> knownChips();
+std::string chipName(Hardware::ChipType chip);
+std::string chipList();
+Hardware::ChipType parseChip(const std::string& text);
+
+std::vector<std::string> classNames();
+// The class name, or a UsageError naming a close one.
+std::string parseClass(const std::string& text);
+
+std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip);
+std::string variantText(const std::vector<U8>& variants);  // "0-7, 16"
+
+// One class on one chip and variant, with an accessor over its own buffer.
+struct Target {
+  std::string cls;
+  Hardware::ChipType chip;
+  U8 variant;
+  std::shared_ptr<Orrery::AsicBase> object;
+
+  std::string where() const;  // "BCM88690_B0 variant 0"
+  unsigned entryBytes() const { return 4u * object->width(); }
+};
+
+// CLASS --chip C [--variant V]: checks the class, the chip and the variant
+// before anything is constructed. Without --variant the class's first variant
+// on the chip is taken, with a note on stderr if it has several.
+Target resolveTarget(const Args& args);
+
+struct Field {
+  U32 id;
+  U16 offset;
+  U16 width;
+  std::string name;          // accessor name, "engineNMode"
+  std::string hardwareName;  // "ENGINE_N_MODE"
+};
+
+// The fields valid on the target, by offset, wider before narrower.
+std::vector<Field> fieldsOf(const Orrery::AsicBase& object);
+
+// A field of the target by accessor or hardware name; a UsageError names
+// what is wrong (no such field, or absent on this chip or variant).
+Field findField(const Target& target, const std::string& name);
+
+// Whether the field's value type is a raw bit array: true when the field is
+// wider than 64 bits on some chip and variant of the class. Such fields are
+// neither read nor written as one number by the library.
+bool isRawField(const std::string& cls, U32 id);
+
+// The field's value, read through the library, as little-endian bytes.
+std::vector<U8> readField(const Orrery::AsicBase& object, const Field& field);
+
+// Writes a checked value (at most `field.width` bits) into the target's buffer.
+void writeField(Target& target, const Field& field, const std::vector<U8>& value);
+
+// Ranges "a..b" (or "a") of bits set in `bytes` (bits below `bits`) and clear in `mask`.
+std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* mask, unsigned bits);
+std::string rangeText(unsigned first, unsigned last);
+
+}  // namespace Tool

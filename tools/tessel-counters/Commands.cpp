@@ -1,0 +1,390 @@
+#include "Commands.h"
+
+#include "Json.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+
+namespace Tool {
+
+std::vector<FieldView> viewsOf(const std::vector<Field>& fields) {
+  std::vector<FieldView> views(fields.size());
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const unsigned lo = fields[i].offset, hi = lo + fields[i].width;
+    for (std::size_t j = 0; j < fields.size(); ++j) {
+      if (j == i) continue;
+      const unsigned olo = fields[j].offset, ohi = olo + fields[j].width;
+      if (ohi <= lo || hi <= olo) continue;
+      // Fields are sorted wider first at one offset, so of two equal ranges
+      // the earlier one holds the later.
+      const bool holds = olo <= lo && hi <= ohi && (ohi - olo > hi - lo || j < i);
+      if (holds) {
+        const int p = views[i].parent;
+        if (p < 0 || fields[j].width < fields[static_cast<std::size_t>(p)].width)
+          views[i].parent = static_cast<int>(j);
+      } else if (!(lo <= olo && ohi <= hi)) {
+        views[i].crosses.push_back(static_cast<int>(j));
+      }
+    }
+  }
+  for (std::size_t i = 0; i < fields.size(); ++i)
+    for (int p = views[i].parent; p >= 0; p = views[static_cast<std::size_t>(p)].parent) ++views[i].depth;
+  return views;
+}
+
+namespace {
+
+void noExtraPositionals(const Args& a, std::size_t allowed, const std::string& what) {
+  if (a.positional.size() > allowed)
+    fail("unexpected argument '" + a.positional[allowed] + "'; " + what);
+}
+
+// The entry's bytes: HEX in buffer order, at most the entry's size; shorter
+// input is completed with zero bytes, which a note on stderr says.
+std::vector<U8> entryBytes(const Target& t, const std::vector<std::string>& tokens,
+                           const std::string& what) {
+  auto bytes = parseHexBytes(tokens, what);
+  const unsigned size = t.entryBytes();
+  if (bytes.size() > size)
+    fail(what + " has " + std::to_string(bytes.size()) + " bytes, but " + t.cls + " on " +
+         t.where() + " is " + std::to_string(size) + " bytes (" +
+         std::to_string(t.object->width()) + (t.object->width() == 1 ? " word" : " words") + "); give at most " + std::to_string(size) +
+         " bytes, byte 0 first");
+  if (bytes.size() < size)
+    std::cerr << "note: " << what << " has " << bytes.size() << " of " << size
+              << " bytes; bytes " << bytes.size() << ".." << size - 1 << " are taken as 00\n";
+  bytes.resize(size, 0);
+  return bytes;
+}
+
+void loadBuffer(Target& t, const std::vector<U8>& bytes) {
+  std::fill(t.object->buf(), t.object->buf() + t.object->len(), U8{0});
+  std::copy(bytes.begin(), bytes.end(), t.object->buf());
+}
+
+// Left-aligned columns, two blanks apart; the first row is the heading.
+void printTable(const std::vector<std::vector<std::string>>& rows) {
+  std::vector<std::size_t> widths;
+  for (const auto& r : rows)
+    for (std::size_t c = 0; c < r.size(); ++c) {
+      if (widths.size() <= c) widths.push_back(0);
+      widths[c] = std::max(widths[c], r[c].size());
+    }
+  for (const auto& r : rows) {
+    std::string line;
+    for (std::size_t c = 0; c < r.size(); ++c)
+      line += c + 1 < r.size() ? r[c] + std::string(widths[c] - r[c].size() + 2, ' ') : r[c];
+    std::printf("%s\n", line.c_str());
+  }
+}
+
+std::string kindOf(const Orrery::AsicBase& o) { return o.isTable() ? "memory" : "register"; }
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+
+int cmdChips(const Args& a) {
+  noExtraPositionals(a, 0, "chips takes no arguments");
+  for (auto chip : knownChips())
+    std::cout << static_cast<unsigned>(chip) << "  " << chipName(chip) << "\n";
+  return 0;
+}
+
+int cmdClasses(const Args& a) {
+  noExtraPositionals(a, 0, "classes takes no arguments besides --chip");
+  const std::string* chipText = a.get("--chip");
+  if (!chipText) fail("--chip is required; known chips: " + chipList());
+  const auto chip = parseChip(*chipText);
+  std::size_t count = 0;
+  for (const auto& cls : classNames()) {
+    const auto variants = variantsOf(cls, chip);
+    if (variants.empty()) continue;
+    ++count;
+    auto object = Hardware::stringObj(cls.c_str(), chip, variants.front());
+    std::printf("%-50s %-8s variants %s\n", cls.c_str(), kindOf(*object).c_str(),
+                variantText(variants).c_str());
+  }
+  std::printf("%zu classes on %s\n", count, chipName(chip).c_str());
+  return 0;
+}
+
+namespace {
+
+struct InstanceSpan {
+  U16 identifier;
+  U32 first, last, subBlock, block;
+};
+
+std::vector<InstanceSpan> instanceSpans(const Orrery::AsicBase& o) {
+  std::vector<InstanceSpan> out;
+  const U32 lastEntry = o.isTable() ? o.entries() - 1 : 0;
+  const U16 lastElement = static_cast<U16>(o.arrayElements() - 1);
+  for (U16 id = 0; id < o.instanceCount(); ++id) {
+    InstanceSpan s{id, 0, 0, 0, 0};
+    o.getSchanAddress(s.first, s.subBlock, s.block, id, 0, 0);
+    o.getSchanAddress(s.last, s.subBlock, s.block, id, lastEntry, lastElement);
+    out.push_back(s);
+  }
+  return out;
+}
+
+}  // namespace
+
+int cmdDescribe(const Args& a) {
+  noExtraPositionals(a, 1, "describe takes one class name");
+  const Target t = resolveTarget(a);
+  const auto& o = *t.object;
+  const bool memory = o.isTable();
+  const auto spans = instanceSpans(o);
+  const auto fields = fieldsOf(o);
+
+  if (a.has("--json")) {
+    Json j(std::cout);
+    j.beginObject()
+        .value("class", t.cls)
+        .value("chip", chipName(t.chip))
+        .value("chipNumber", static_cast<unsigned>(t.chip))
+        .value("variant", static_cast<unsigned>(t.variant))
+        .value("kind", kindOf(o))
+        .value("widthWords", static_cast<unsigned>(o.width()))
+        .value("entryBytes", t.entryBytes())
+        .value("classBufferBytes", static_cast<unsigned>(o.len()));
+    if (memory) j.value("entries", o.entries()).value("tableVariantCount", o.tableVariantCount());
+    j.value("arrayElements", o.arrayElements())
+        .value("instanceCount", static_cast<unsigned>(o.instanceCount()))
+        .value("fieldCount", static_cast<unsigned>(o.fieldCount()));
+    j.beginArray("instances");
+    for (const auto& s : spans)
+      j.beginObject()
+          .value("identifier", static_cast<unsigned>(s.identifier))
+          .value("subBlock", s.subBlock)
+          .value("block", s.block)
+          .value("firstAddress", s.first)
+          .value("lastAddress", s.last)
+          .endObject();
+    j.endArray().beginArray("fields");
+    for (const auto& f : fields)
+      j.beginObject()
+          .value("name", f.name)
+          .value("hardwareName", f.hardwareName)
+          .value("id", f.id)
+          .value("offset", static_cast<unsigned>(f.offset))
+          .value("width", static_cast<unsigned>(f.width))
+          .endObject();
+    j.endArray().endObject().finish();
+    return 0;
+  }
+
+  std::printf("%s on %s (%u) variant %u\n", t.cls.c_str(), chipName(t.chip).c_str(),
+              static_cast<unsigned>(t.chip), static_cast<unsigned>(t.variant));
+  std::printf("  kind            %s\n", kindOf(o).c_str());
+  std::printf("  width           %u words (%u bytes); buffer of the class %u bytes\n", o.width(),
+              t.entryBytes(), o.len());
+  if (memory) std::printf("  entries         %u\n", o.entries());
+  std::printf("  arrayElements   %u\n", o.arrayElements());
+  if (memory) std::printf("  variants here   %u\n", o.tableVariantCount());
+  std::printf("  instanceCount   %u\n", o.instanceCount());
+  std::printf("  fieldCount      %u\n", o.fieldCount());
+  for (const auto& s : spans) {
+    std::printf("  instance %-2u     subBlock %u, block %u, address %u", s.identifier, s.subBlock,
+                s.block, s.first);
+    if (s.last != s.first) std::printf(" to %u", s.last);
+    std::printf("\n");
+  }
+  std::printf("  fields          %-48s %6s %7s %6s\n", "name", "id", "offset", "width");
+  for (const auto& f : fields)
+    std::printf("                  %-48s %6u %7u %6u\n", f.name.c_str(), f.id, f.offset, f.width);
+  return 0;
+}
+
+// ---------------------------------------------------------------------------
+
+int cmdDecode(const Args& a) {
+  if (a.positional.size() < 2) fail("decode takes a class name and HEX, the entry's bytes, byte 0 first");
+  Target t = resolveTarget(a);
+  const std::vector<std::string> tokens(a.positional.begin() + 1, a.positional.end());
+  const auto bytes = entryBytes(t, tokens, "HEX");
+  loadBuffer(t, bytes);
+  const auto& o = *t.object;
+  const auto fields = fieldsOf(o);
+  const auto views = viewsOf(fields);
+  const Raw8192 mask = o.allFieldsMask();
+  const auto stray = strayBits(bytes.data(), mask.data(), 8u * t.entryBytes());
+
+  std::vector<std::vector<U8>> values;
+  for (const auto& f : fields) values.push_back(readField(o, f));
+
+  if (a.has("--json")) {
+    Json j(std::cout);
+    j.beginObject()
+        .value("class", t.cls)
+        .value("chip", chipName(t.chip))
+        .value("chipNumber", static_cast<unsigned>(t.chip))
+        .value("variant", static_cast<unsigned>(t.variant))
+        .value("kind", kindOf(o))
+        .value("widthWords", static_cast<unsigned>(o.width()))
+        .value("bytes", hexBytes(bytes.data(), bytes.size()));
+    j.beginArray("fields");
+    for (std::size_t i = 0; i < fields.size(); ++i) {
+      const auto& f = fields[i];
+      j.beginObject()
+          .value("name", f.name)
+          .value("hardwareName", f.hardwareName)
+          .value("id", f.id)
+          .value("offset", static_cast<unsigned>(f.offset))
+          .value("width", static_cast<unsigned>(f.width))
+          .value("bits", rangeText(f.offset, f.offset + f.width - 1u))
+          .value("hex", hexValue(values[i], f.width))
+          .value("decimal", decimalValue(values[i]));
+      if (views[i].parent >= 0) j.value("viewOf", fields[static_cast<std::size_t>(views[i].parent)].name);
+      if (!views[i].crosses.empty()) {
+        j.beginArray("overlaps");
+        for (int c : views[i].crosses) j.value(nullptr, fields[static_cast<std::size_t>(c)].name);
+        j.endArray();
+      }
+      j.endObject();
+    }
+    j.endArray().beginArray("strayBits");
+    for (const auto& [lo, hi] : stray)
+      j.beginObject().value("first", lo).value("last", hi).endObject();
+    j.endArray().endObject().finish();
+    return 0;
+  }
+
+  std::printf("%s on %s variant %u: %s of %u word%s (%u bytes)\n", t.cls.c_str(),
+              chipName(t.chip).c_str(), static_cast<unsigned>(t.variant), kindOf(o).c_str(),
+              o.width(), o.width() == 1 ? "" : "s", t.entryBytes());
+  std::printf("bytes %s\n", hexBytes(bytes.data(), bytes.size()).c_str());
+  std::size_t nameWidth = 5, hexWidth = 3;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    nameWidth = std::max(nameWidth, 2 * static_cast<std::size_t>(views[i].depth) + fields[i].name.size());
+    hexWidth = std::max(hexWidth, hexValue(values[i], fields[i].width).size());
+  }
+  std::printf("\n%-10s %5s  %-*s  %-*s  %s\n", "bits", "width", static_cast<int>(nameWidth), "field",
+              static_cast<int>(hexWidth), "hex", "decimal");
+  bool anyView = false;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const auto& f = fields[i];
+    const std::string name = std::string(2 * static_cast<std::size_t>(views[i].depth), ' ') + f.name;
+    std::string note;
+    for (int c : views[i].crosses)
+      note += (note.empty() ? "  overlaps " : ", ") + fields[static_cast<std::size_t>(c)].name;
+    anyView = anyView || views[i].parent >= 0 || !note.empty();
+    std::printf("%-10s %5u  %-*s  %-*s  %s%s\n", rangeText(f.offset, f.offset + f.width - 1u).c_str(),
+                f.width, static_cast<int>(nameWidth), name.c_str(), static_cast<int>(hexWidth),
+                hexValue(values[i], f.width).c_str(), decimalValue(values[i]).c_str(), note.c_str());
+  }
+  if (fields.empty()) std::printf("(no fields on this chip and variant)\n");
+  if (anyView) std::printf("\nindented fields are views of bits of the field above them\n");
+  if (!stray.empty()) {
+    std::string list;
+    for (const auto& [lo, hi] : stray) list += (list.empty() ? "" : ", ") + rangeText(lo, hi);
+    std::printf("\nset bits outside every field: %s\n", list.c_str());
+  }
+  return 0;
+}
+
+// ---------------------------------------------------------------------------
+
+int cmdEncode(const Args& a) {
+  if (a.positional.size() < 2) fail("encode takes a class name and at least one FIELD=VALUE");
+  Target t = resolveTarget(a);
+  std::vector<U8> start(t.entryBytes(), 0);
+  if (const std::string* from = a.get("--from")) start = entryBytes(t, {*from}, "--from");
+  loadBuffer(t, start);
+
+  std::vector<Field> given;
+  for (std::size_t i = 1; i < a.positional.size(); ++i) {
+    const std::string& arg = a.positional[i];
+    const auto eq = arg.find('=');
+    if (eq == std::string::npos || eq == 0)
+      fail("expected FIELD=VALUE, not '" + arg + "', e.g. engineNMode=5 or ENGINE_N_MODE=0x5");
+    const Field f = findField(t, arg.substr(0, eq));
+    for (const auto& g : given) {
+      if (g.id == f.id) fail("field " + f.name + " given twice");
+      if (g.offset < f.offset + f.width && f.offset < g.offset + g.width)
+        fail("fields " + g.name + " (bits " + rangeText(g.offset, g.offset + g.width - 1u) + ") and " +
+             f.name + " (bits " + rangeText(f.offset, f.offset + f.width - 1u) +
+             ") share bits; give only one of them");
+    }
+    given.push_back(f);
+    const bool raw = isRawField(t.cls, f.id);
+    const auto value = parseFieldValue(arg.substr(eq + 1), f.width, raw,
+                                       f.name + " on " + t.where());
+    writeField(t, f, value);
+  }
+  std::printf("%s\n", hexBytes(t.object->buf(), t.entryBytes()).c_str());
+  return 0;
+}
+
+// ---------------------------------------------------------------------------
+
+int cmdAddress(const Args& a) {
+  noExtraPositionals(a, 1, "address takes one class name");
+  const Target t = resolveTarget(a);
+  const auto& o = *t.object;
+  const bool memory = o.isTable();
+  const U16 instances = o.instanceCount();
+  const U32 elements = o.arrayElements();
+  const U32 entries = memory ? o.entries() : 1;
+
+  if (a.has("--all")) {
+    for (const char* opt : {"--instance", "--entry", "--array"})
+      if (a.has(opt)) fail(std::string("--all lists every instance and element; drop ") + opt);
+    std::printf("%s on %s variant %u: %u instance%s, %u array element%s", t.cls.c_str(),
+                chipName(t.chip).c_str(), static_cast<unsigned>(t.variant), instances,
+                instances == 1 ? "" : "s", elements, elements == 1 ? "" : "s");
+    if (memory) std::printf(", %u entries each", entries);
+    std::printf("\n");
+    std::vector<std::vector<std::string>> rows;
+    rows.push_back({"instance", "array"});
+    if (memory) rows.back().push_back("entries");
+    for (const char* h : {"address", "hex", "subBlock", "block"}) rows.back().push_back(h);
+    for (U16 id = 0; id < instances; ++id) {
+      for (U32 e = 0; e < elements; ++e) {
+        U32 first = 0, last = 0, subBlock = 0, block = 0;
+        o.getSchanAddress(first, subBlock, block, id, 0, static_cast<U16>(e));
+        o.getSchanAddress(last, subBlock, block, id, entries - 1, static_cast<U16>(e));
+        char hexFirst[16], hexLast[16];
+        std::snprintf(hexFirst, sizeof hexFirst, "0x%x", first);
+        std::snprintf(hexLast, sizeof hexLast, "0x%x", last);
+        rows.push_back({std::to_string(id), std::to_string(e)});
+        if (memory) rows.back().push_back(rangeText(0, entries - 1));
+        rows.back().push_back(rangeText(first, last));
+        rows.back().push_back(first == last ? hexFirst : std::string(hexFirst) + ".." + hexLast);
+        rows.back().push_back(std::to_string(subBlock));
+        rows.back().push_back(std::to_string(block));
+      }
+    }
+    printTable(rows);
+    return 0;
+  }
+
+  const auto pick = [&](const char* opt, U32 count, const std::string& one, const std::string& many) -> U32 {
+    const std::string* text = a.get(opt);
+    if (!text) return 0;
+    const U64 v = parseNumber(*text, opt, 0xffffffffull);
+    if (v >= count)
+      fail(std::string(opt) + " " + *text + " is out of range: " + t.cls + " on " + t.where() +
+           " has " + std::to_string(count) + " " + (count == 1 ? one : many) + ", 0.." +
+           std::to_string(count - 1));
+    return static_cast<U32>(v);
+  };
+  const U32 id = pick("--instance", instances, "instance", "instances");
+  if (!memory && a.has("--entry") && parseNumber(*a.get("--entry"), "--entry", 0xffffffffull) != 0)
+    fail(t.cls + " is a register and has no table entries; --entry applies to memories only");
+  const U32 entry = pick("--entry", entries, "entry", "entries");
+  const U32 element = pick("--array", elements, "array element", "array elements");
+  U32 address = 0, subBlock = 0, block = 0;
+  o.getSchanAddress(address, subBlock, block, static_cast<U16>(id), entry, static_cast<U16>(element));
+  std::printf("%s on %s variant %u, instance %u", t.cls.c_str(), chipName(t.chip).c_str(),
+              static_cast<unsigned>(t.variant), id);
+  if (memory) std::printf(", entry %u", entry);
+  std::printf(", array %u\n", element);
+  std::printf("address   %u (0x%x)\nsubBlock  %u\nblock     %u\n", address, address, subBlock, block);
+  return 0;
+}
+
+}  // namespace Tool

@@ -1,0 +1,29 @@
+// The subcommands. Each returns the exit status; bad input throws UsageError.
+#pragma once
+
+#include "Args.h"
+#include "Catalog.h"
+
+#include <vector>
+
+namespace Tool {
+
+int cmdChips(const Args& a);
+int cmdClasses(const Args& a);
+int cmdDescribe(const Args& a);
+int cmdDecode(const Args& a);
+int cmdEncode(const Args& a);
+int cmdAddress(const Args& a);
+int cmdMap(const Args& a);
+
+// How fields lie over each other: for each field (in the order of
+// fieldsOf), the narrowest other field that holds all of its bits (-1 if
+// none), its depth in that nesting, and the fields it crosses only in part.
+struct FieldView {
+  int parent = -1;
+  int depth = 0;
+  std::vector<int> crosses;
+};
+std::vector<FieldView> viewsOf(const std::vector<Field>& fields);
+
+}  // namespace Tool
