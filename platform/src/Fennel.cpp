@@ -7,6 +7,7 @@ namespace Fennel {
 namespace {
 std::atomic<U64> failAt{0};
 std::atomic<U64> live{0};
+std::atomic<U64> total{0};
 }  // namespace
 
 void* slabAllocOrStdMalloc(U32 bytes) {
@@ -18,7 +19,10 @@ void* slabAllocOrStdMalloc(U32 bytes) {
     }
   }
   void* p = std::malloc(bytes == 0 ? 1 : bytes);
-  if (p != nullptr) live.fetch_add(1);
+  if (p != nullptr) {
+    live.fetch_add(1);
+    total.fetch_add(1);
+  }
   return p;
 }
 
@@ -32,6 +36,7 @@ void slabFreeOrStdFree(void* p, const std::type_info& type) {
 namespace Testing {
 void failAllocationNumber(U64 n) { failAt.store(n); }
 U64 liveAllocations() { return live.load(); }
+U64 allocationCount() { return total.load(); }
 }  // namespace Testing
 
 }  // namespace Fennel

@@ -16,6 +16,8 @@ namespace Testing {
 void failAllocationNumber(U64 n);
 // Allocations handed out and not yet taken back.
 U64 liveAllocations();
+// Allocations handed out since the start.
+U64 allocationCount();
 }  // namespace Testing
 
 }  // namespace Fennel

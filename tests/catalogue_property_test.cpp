@@ -1,0 +1,152 @@
+// Properties that must hold for every class, every valid (chip, variant) and
+// every field, driven through the root class only: factory, by-identifier and
+// by-name operations and the field identifier names.
+#include <map>
+#include <set>
+
+#include "TestSupport.h"
+
+using namespace Hardware;
+
+namespace {
+
+struct Pair {
+  ChipType chip;
+  U8 variant;
+};
+
+std::vector<std::string> classNames() {
+  std::vector<std::string> out;
+  for (U32 i = 0; const char* n = accessorClassName(i); ++i) out.emplace_back(n);
+  return out;
+}
+
+std::vector<Pair> pairsOf(const std::string& cls) {
+  std::vector<Pair> out;
+  for (int chip = 0; chip < 256; ++chip)
+    for (int v = 0; v < 256; ++v)
+      if (Hardware::chipTypeVariantValid(cls.c_str(), static_cast<ChipType>(chip), static_cast<U8>(v)))
+        out.push_back({static_cast<ChipType>(chip), static_cast<U8>(v)});
+  return out;
+}
+
+bool maskBit(const Raw8192& m, unsigned bit) { return (m[bit / 8] >> (bit % 8)) & 1; }
+
+// Writes the field's largest value and then zero over random bytes, through
+// the identifier and the name, and checks that only the field's bits change
+// and that both read paths give back what was written.
+void checkFieldWrites(Orrery::AsicBase& o, U32 id, unsigned seed) {
+  const U16 offset = o.fieldOffset(id);
+  const U16 width = o.fieldWidth(id);
+  const char* name = fieldIdAccessorName(id);
+  ASSERT_NE(nullptr, name);
+  std::vector<U8> random = tc::randomBytes(o.len(), seed);
+  std::copy(random.begin(), random.end(), o.buf());
+  const U64 max = width >= 64 ? ~0ULL : (1ULL << width) - 1;
+  o.setField64(id, max);
+  std::vector<U8> now(o.buf(), o.buf() + o.len());
+  EXPECT_EQ(0u, tc::changedOutside(random, now, offset, width)) << name;
+  for (unsigned b = offset; b < offset + width; ++b) ASSERT_TRUE(tc::bitOf(now, b)) << name << " bit " << b;
+  EXPECT_EQ(max, o.stringField(name, 0)) << name;
+  o.stringFieldIs(name, 0);
+  now.assign(o.buf(), o.buf() + o.len());
+  EXPECT_EQ(0u, tc::changedOutside(random, now, offset, width)) << name;
+  for (unsigned b = offset; b < offset + width; ++b) ASSERT_FALSE(tc::bitOf(now, b)) << name << " bit " << b;
+  EXPECT_EQ(0u, o.stringField(name, 0)) << name;
+}
+
+// Raw fields are wider than 64 bits; they are read by name a word at a time.
+void checkRawFieldReads(Orrery::AsicBase& o, U32 id, unsigned seed) {
+  const U16 offset = o.fieldOffset(id);
+  const U16 width = o.fieldWidth(id);
+  const char* name = fieldIdAccessorName(id);
+  std::vector<U8> random = tc::randomBytes(o.len(), seed);
+  std::copy(random.begin(), random.end(), o.buf());
+  for (U16 word = 0; 64 * word < width; ++word) {
+    U64 expect = 0;
+    for (unsigned i = 0; i < 64 && 64u * word + i < width; ++i)
+      if (tc::bitOf(random, offset + 64u * word + i)) expect |= 1ULL << i;
+    EXPECT_EQ(expect, o.stringField(name, word)) << name << " word " << word;
+  }
+}
+
+TEST(EveryClass, FieldsMasksIdentifiersAndInstances) {
+  unsigned seed = 1;
+  for (const auto& cls : classNames()) {
+    for (const Pair& p : pairsOf(cls)) {
+      SCOPED_TRACE(cls + " chip " + std::to_string(tc::num(p.chip)) + " variant " +
+                   std::to_string(p.variant));
+      auto o = stringObj(cls.c_str(), p.chip, p.variant);
+      ASSERT_GE(o->len(), 4u * o->width());
+      // The mask is the union of the valid fields; nothing above the width.
+      std::vector<bool> covered(8192, false);
+      U16 valid = 0;
+      for (U32 id = 0; id <= 1300; ++id) {
+        const bool isValid = o->isFieldValid(id);
+        ASSERT_EQ(isValid, o->fieldWidth(id) != 0) << id;
+        if (!isValid) continue;
+        ++valid;
+        const U16 offset = o->fieldOffset(id);
+        const U16 width = o->fieldWidth(id);
+        ASSERT_LE(offset + width, 32 * o->width()) << fieldIdName(id);
+        for (unsigned b = offset; b < offset + width; ++b) covered[b] = true;
+        if (width <= 64)
+          checkFieldWrites(*o, id, ++seed);
+        else
+          checkRawFieldReads(*o, id, ++seed);
+      }
+      EXPECT_EQ(valid, o->fieldCount());
+      const Raw8192 mask = o->allFieldsMask();
+      for (unsigned b = 0; b < 8192; ++b) ASSERT_EQ(covered[b], maskBit(mask, b)) << "bit " << b;
+      // Identifiers are exactly those below the instance count.
+      const U16 instances = o->instanceCount();
+      ASSERT_GE(instances, 1u);
+      for (U32 id = 0; id < instances + 3u; ++id) EXPECT_EQ(id < instances, o->hasIdentifier(id));
+      U32 address = 0, subBlock = 0, block = 0;
+      for (U16 id = 0; id < instances; ++id)
+        EXPECT_TRUE(o->getSchanAddress(address, subBlock, block, id, 0, 0));
+    }
+  }
+}
+
+// Figures of the whole catalogue, counted through the public API.
+TEST(Catalogue, TotalsOfClassesFieldsAndTypes) {
+  const auto names = classNames();
+  EXPECT_EQ(66u, names.size());
+  std::map<int, int> classesPerChip;
+  std::map<std::string, int> fieldsByType;
+  int memories = 0;
+  int fields = 0;
+  for (const auto& cls : names) {
+    const auto pairs = pairsOf(cls);
+    ASSERT_FALSE(pairs.empty()) << cls;
+    std::set<int> chips;
+    std::map<U32, U16> widest;  // id -> widest width over the class
+    for (const Pair& p : pairs) {
+      chips.insert(tc::num(p.chip));
+      auto o = stringObj(cls.c_str(), p.chip, p.variant);
+      if (&p == &pairs.front() && o->isTable()) ++memories;
+      for (U32 id = FieldIds::kFirst; id <= FieldIds::kLast; ++id)
+        if (o->isFieldValid(id)) widest[id] = std::max(widest[id], o->fieldWidth(id));
+    }
+    for (int c : chips) ++classesPerChip[c];
+    for (const auto& [id, w] : widest) {
+      ++fields;
+      const char* type = w <= 8 ? "U8" : w <= 16 ? "U16" : w <= 32 ? "U32" : w <= 64 ? "U64"
+                       : w <= 128 ? "Raw128" : w <= 256 ? "Raw256" : "Raw512";
+      ++fieldsByType[type];
+    }
+  }
+  EXPECT_EQ(10, memories);
+  EXPECT_EQ(1323, fields);
+  const std::map<std::string, int> byType = {{"U8", 1151}, {"U16", 34},   {"U32", 79},  {"U64", 50},
+                                             {"Raw128", 4}, {"Raw256", 2}, {"Raw512", 3}};
+  EXPECT_EQ(byType, fieldsByType);
+  const std::map<int, int> perChip = {{10, 44}, {11, 46}, {12, 52}, {14, 52}, {15, 42},
+                                      {16, 42}, {17, 44}, {20, 44}, {21, 44}, {23, 44},
+                                      {24, 44}, {25, 46}, {26, 44}};
+  EXPECT_EQ(perChip, classesPerChip);
+  EXPECT_EQ(366u, pairsOf("CrpsExpansionMapMem").size());
+}
+
+}  // namespace
