@@ -51,6 +51,7 @@ ValidMap buildValidMap() {
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers hand over the name by value.
 std::shared_ptr<Orrery::AsicBase> stringObj(Larch::String name, Hardware::ChipType chipType,
                                             U8 variant) {
   static const ObjMap objMap = buildObjMap();
@@ -59,6 +60,7 @@ std::shared_ptr<Orrery::AsicBase> stringObj(Larch::String name, Hardware::ChipTy
   return objMapIter->second(chipType, variant);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): callers hand over the name by value.
 bool chipTypeVariantValid(Larch::String name, Hardware::ChipType chipType, U8 variant) {
   static const ValidMap objMap = buildValidMap();
   const auto objMapIter = objMap.find(name);

@@ -4,6 +4,7 @@
 #include "Commands.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -47,7 +48,9 @@ std::string esc(const std::string& s) {
   return out;
 }
 
-int textWidth(const std::string& s, int size) { return static_cast<int>(s.size() * kCharW * size + 0.5); }
+int textWidth(const std::string& s, int size) {
+  return static_cast<int>(std::lround(static_cast<double>(s.size()) * kCharW * size));
+}
 
 // Greedy bands: each field goes to the first band where it shares no bit with
 // a field already there. Fields come wider first, so aggregates sit on top.

@@ -64,13 +64,16 @@ inline void copyBits(U8* dst, int dstLen, const U8* src, int srcLen, int nbits, 
 }  // namespace Detail
 
 // dst word i = src word i AND mask word i, for i below the smallest count.
-// Words are read and written bytewise, so none of the pointers needs alignment.
+// Source and destination words are copied through memcpy, so neither pointer
+// needs alignment (a caller's byte buffer seldom has it).
 inline void maskBuf(const U32* src, int srcWords, U32* dst, int dstWords, const U32* mask,
                     int maskWords) {
   int n = srcWords < dstWords ? srcWords : dstWords;
   if (maskWords < n) n = maskWords;
-  const auto* s = reinterpret_cast<const U8*>(src);
-  auto* d = reinterpret_cast<U8*>(dst);
-  const auto* m = reinterpret_cast<const U8*>(mask);
-  for (int i = 0; i < 4 * n; ++i) d[i] = static_cast<U8>(s[i] & m[i]);
+  for (int i = 0; i < n; ++i) {
+    U32 word;
+    std::memcpy(&word, reinterpret_cast<const U8*>(src) + 4 * i, sizeof(word));
+    word &= mask[i];
+    std::memcpy(reinterpret_cast<U8*>(dst) + 4 * i, &word, sizeof(word));
+  }
 }
