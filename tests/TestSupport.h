@@ -29,9 +29,10 @@ inline std::string assertion(const std::string& expression) {
 
 // A message assertion: the message on stderr, then the platform's failure of
 // the quoted condition compared to a null pointer.
-inline std::string messageAssertion(const std::string& message, const std::string& condition = "0") {
-  return escapeRegex(message) + "\n.*Assertion `" + escapeRegex("\"" + condition + "\" == nullptr") +
-         "' failed";
+inline std::string messageAssertion(const std::string& message,
+                                    const std::string& condition = "0") {
+  return escapeRegex(message) + "\n.*Assertion `" +
+         escapeRegex("\"" + condition + "\" == nullptr") + "' failed";
 }
 
 using Hardware::ChipType;
@@ -45,10 +46,14 @@ inline const std::vector<ChipType>& allChips() {
   return chips;
 }
 
-inline U32 num(ChipType c) { return static_cast<U32>(c); }
+inline U32 num(ChipType c) {
+  return static_cast<U32>(c);
+}
 
 // Chip groups of the register sheets.
-inline std::vector<ChipType> chips88480x() { return {ChipType::BCM88480_A0, ChipType::BCM88480_B0}; }
+inline std::vector<ChipType> chips88480x() {
+  return {ChipType::BCM88480_A0, ChipType::BCM88480_B0};
+}
 inline std::vector<ChipType> chips88860x() {
   return {ChipType::BCM88860_A0, ChipType::BCM88867_C0, ChipType::BCM88890_A0,
           ChipType::BCM88890_B0, ChipType::BCM88897_C0, ChipType::BCM88870_A0};
@@ -62,7 +67,9 @@ inline std::vector<U8> randomBytes(std::size_t n, unsigned seed = 1) {
   return out;
 }
 
-inline bool bitOf(const std::vector<U8>& buf, unsigned bit) { return (buf[bit / 8] >> (bit % 8)) & 1; }
+inline bool bitOf(const std::vector<U8>& buf, unsigned bit) {
+  return (buf[bit / 8] >> (bit % 8)) & 1;
+}
 
 // Number of bits in which the two buffers differ outside [offset, offset + width).
 inline unsigned changedOutside(const std::vector<U8>& a, const std::vector<U8>& b, unsigned offset,
@@ -75,7 +82,6 @@ inline unsigned changedOutside(const std::vector<U8>& a, const std::vector<U8>& 
 
 }  // namespace tc
 
-#define EXPECT_ASSERTION(statement, expression) \
-  EXPECT_DEATH(statement, ::tc::assertion(expression))
+#define EXPECT_ASSERTION(statement, expression) EXPECT_DEATH(statement, ::tc::assertion(expression))
 #define EXPECT_MESSAGE_ASSERTION(statement, message, condition) \
   EXPECT_DEATH(statement, ::tc::messageAssertion(message, condition))

@@ -13,72 +13,72 @@
 using namespace Hardware;
 
 // Every accessor class, for construction over a caller's buffer.
-#define TC_ALL_CLASSES(X) \
-  X(CduInstrumentationResetLow) \
-  X(CduInstrumentationRstnPfc) \
-  X(CfcEgqPfcStatus) \
-  X(CfcEgqPfcStatusSel) \
-  X(CgmIntIrppStatSettings) \
-  X(CgmIntTmStatSettings) \
-  X(CgmIppHeaderCompensation) \
-  X(CluInstrumentationResetLow) \
-  X(CluInstrumentationRstnPfc) \
-  X(CrpsEngineCfg) \
-  X(CrpsEngineConditionalTriggerCfg) \
-  X(CrpsEngineEvictionCfg) \
-  X(CrpsEngineInitRequest) \
-  X(CrpsEngineMmuxEn) \
-  X(CrpsEngineScanEnable) \
-  X(CrpsEnginesDmaSelect) \
-  X(CrpsExpansionMapMem) \
-  X(CrpsIfAdapterCfg) \
-  X(CrpsIfAdapterCgmIrppCfg) \
-  X(CrpsIfAdapterCgmTmCfg) \
-  X(CrpsIfAdapterEgqEppCtrCfg) \
-  X(CrpsModulesrcCfg) \
-  X(CrpsReservedSpare2) \
-  X(CrpsTypeMapMem) \
-  X(EciGpStatus0) \
-  X(ErppCounterReg) \
-  X(ErppCounterTypeTable) \
-  X(ErppDeviceCfgBtr) \
-  X(ErppOutlifProfileToCounterProfileTable) \
-  X(EtppaPerPortTable) \
-  X(EtppbCfgStatMetadataForCurrentProtocolType) \
-  X(EtppbCfgTrapDpInternalShift) \
-  X(EtppbCfgTrapDropInternalShift) \
-  X(EtppbCfgTrapEcnInternalShift) \
-  X(EtppbCfgTrapMcInternalShift) \
-  X(EtppbCfgTrapNifPortRateBinInternalShift) \
-  X(EtppbCfgTrapObjShift) \
-  X(EtppbCfgTrapPortInternalShift) \
-  X(EtppbCfgTrapPpDropReasonInternalShift) \
-  X(EtppbCfgTrapPpPortInternalShift) \
-  X(EtppbCfgTrapTaimInternalShift) \
-  X(EtppbCfgTrapTcInternalShift) \
-  X(EtppbCfgTrapTcMapProfileInternalShift) \
-  X(EtppbCfgTrapTmPortInternalShift) \
-  X(EtppbMapStsToInterface) \
-  X(EtppbMapStsToType) \
-  X(EtppcCfgFlowIdExist) \
-  X(EtppcCfgStatMetadataForCurrentProtocolType) \
-  X(EtppcLatencyProfileTable) \
-  X(FlpbContextEnablers) \
-  X(IppaStatisticsInfo) \
+#define TC_ALL_CLASSES(X)                             \
+  X(CduInstrumentationResetLow)                       \
+  X(CduInstrumentationRstnPfc)                        \
+  X(CfcEgqPfcStatus)                                  \
+  X(CfcEgqPfcStatusSel)                               \
+  X(CgmIntIrppStatSettings)                           \
+  X(CgmIntTmStatSettings)                             \
+  X(CgmIppHeaderCompensation)                         \
+  X(CluInstrumentationResetLow)                       \
+  X(CluInstrumentationRstnPfc)                        \
+  X(CrpsEngineCfg)                                    \
+  X(CrpsEngineConditionalTriggerCfg)                  \
+  X(CrpsEngineEvictionCfg)                            \
+  X(CrpsEngineInitRequest)                            \
+  X(CrpsEngineMmuxEn)                                 \
+  X(CrpsEngineScanEnable)                             \
+  X(CrpsEnginesDmaSelect)                             \
+  X(CrpsExpansionMapMem)                              \
+  X(CrpsIfAdapterCfg)                                 \
+  X(CrpsIfAdapterCgmIrppCfg)                          \
+  X(CrpsIfAdapterCgmTmCfg)                            \
+  X(CrpsIfAdapterEgqEppCtrCfg)                        \
+  X(CrpsModulesrcCfg)                                 \
+  X(CrpsReservedSpare2)                               \
+  X(CrpsTypeMapMem)                                   \
+  X(EciGpStatus0)                                     \
+  X(ErppCounterReg)                                   \
+  X(ErppCounterTypeTable)                             \
+  X(ErppDeviceCfgBtr)                                 \
+  X(ErppOutlifProfileToCounterProfileTable)           \
+  X(EtppaPerPortTable)                                \
+  X(EtppbCfgStatMetadataForCurrentProtocolType)       \
+  X(EtppbCfgTrapDpInternalShift)                      \
+  X(EtppbCfgTrapDropInternalShift)                    \
+  X(EtppbCfgTrapEcnInternalShift)                     \
+  X(EtppbCfgTrapMcInternalShift)                      \
+  X(EtppbCfgTrapNifPortRateBinInternalShift)          \
+  X(EtppbCfgTrapObjShift)                             \
+  X(EtppbCfgTrapPortInternalShift)                    \
+  X(EtppbCfgTrapPpDropReasonInternalShift)            \
+  X(EtppbCfgTrapPpPortInternalShift)                  \
+  X(EtppbCfgTrapTaimInternalShift)                    \
+  X(EtppbCfgTrapTcInternalShift)                      \
+  X(EtppbCfgTrapTcMapProfileInternalShift)            \
+  X(EtppbCfgTrapTmPortInternalShift)                  \
+  X(EtppbMapStsToInterface)                           \
+  X(EtppbMapStsToType)                                \
+  X(EtppcCfgFlowIdExist)                              \
+  X(EtppcCfgStatMetadataForCurrentProtocolType)       \
+  X(EtppcLatencyProfileTable)                         \
+  X(FlpbContextEnablers)                              \
+  X(IppaStatisticsInfo)                               \
   X(IppbCurrentLayerStatisticsMetaDataInformationMap) \
   X(IppbCurrentLayerStatisticsMetaDataInstructionMap) \
-  X(IppcMapStatisticObject) \
-  X(IppcPerPortStatistics) \
-  X(IppfStatObjProfileAttr) \
-  X(IppfStatisticsInfo) \
-  X(McpEngDbBankSource) \
-  X(NbuInstrumentationResetLow) \
-  X(NbuInstrumentationRstnPfc) \
-  X(NbutrxInstrumentationResetLow) \
-  X(NbutrxInstrumentationRstnPfc) \
-  X(PqpCrpsInterfaceConfig) \
-  X(PqpDeqCountersConfig) \
-  X(PqpEgressQueuesEmpty) \
+  X(IppcMapStatisticObject)                           \
+  X(IppcPerPortStatistics)                            \
+  X(IppfStatObjProfileAttr)                           \
+  X(IppfStatisticsInfo)                               \
+  X(McpEngDbBankSource)                               \
+  X(NbuInstrumentationResetLow)                       \
+  X(NbuInstrumentationRstnPfc)                        \
+  X(NbutrxInstrumentationResetLow)                    \
+  X(NbutrxInstrumentationRstnPfc)                     \
+  X(PqpCrpsInterfaceConfig)                           \
+  X(PqpDeqCountersConfig)                             \
+  X(PqpEgressQueuesEmpty)                             \
   X(PqpPqpUnicastPacketCounter)
 
 namespace {
@@ -86,7 +86,10 @@ namespace {
 using Make = std::unique_ptr<Orrery::AsicBase> (*)(ChipType, U8*, U16, U8);
 
 const std::map<std::string, Make>& makers() {
-#define X(C) {#C, [](ChipType c, U8* b, U16 l, U8 v) { return std::unique_ptr<Orrery::AsicBase>(new C(c, b, l, false, v)); }},
+#define X(C)                                                             \
+  {#C, [](ChipType c, U8* b, U16 l, U8 v) {                              \
+     return std::unique_ptr<Orrery::AsicBase>(new C(c, b, l, false, v)); \
+   }},
   static const std::map<std::string, Make> m = {TC_ALL_CLASSES(X)};
 #undef X
   return m;
@@ -96,7 +99,8 @@ const std::map<std::string, Make>& makers() {
 class SharedBuffer {
  public:
   SharedBuffer() {
-    mem_ = static_cast<U8*>(mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    mem_ = static_cast<U8*>(
+        mmap(nullptr, kSize, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
   }
   ~SharedBuffer() { munmap(mem_, kSize); }
   U8* data() { return mem_; }
@@ -127,7 +131,8 @@ struct FirstPair {
 FirstPair firstPair(const std::string& cls) {
   for (ChipType c : tc::allChips())
     for (int v = 0; v < 64; ++v)
-      if (Hardware::chipTypeVariantValid(cls.c_str(), c, static_cast<U8>(v))) return {c, static_cast<U8>(v)};
+      if (Hardware::chipTypeVariantValid(cls.c_str(), c, static_cast<U8>(v)))
+        return {c, static_cast<U8>(v)};
   return {ChipType::BCM88690_B0, 255};
 }
 
@@ -147,7 +152,8 @@ TEST(Boundaries, LengthAndValueChecksStopBeforeWriting) {
       if (full->isFieldValid(id) && full->fieldWidth(id) <= 64) ids.push_back(id);
     // The first and last fields by identifier, and a few between.
     std::vector<U32> sample;
-    for (std::size_t i = 0; i < ids.size(); i += std::max<std::size_t>(1, ids.size() / 4)) sample.push_back(ids[i]);
+    for (std::size_t i = 0; i < ids.size(); i += std::max<std::size_t>(1, ids.size() / 4))
+      sample.push_back(ids[i]);
     if (!ids.empty()) sample.push_back(ids.back());
     for (U32 id : sample) {
       const U16 offset = full->fieldOffset(id);
@@ -180,12 +186,15 @@ TEST(Boundaries, AddressChecksStopAtTheFirstValueOutOfRange) {
     const U16 instances = o->instanceCount();
     const U32 elements = o->arrayElements();
     U32 a, s, b;
-    EXPECT_TRUE(o->getSchanAddress(a, s, b, static_cast<U16>(instances - 1), 0, static_cast<U16>(elements - 1)));
-    EXPECT_ASSERTION(o->getSchanAddress(a, s, b, instances, 0, 0), "hasIdentifier( chipType, variant, identifier )");
+    EXPECT_TRUE(o->getSchanAddress(a, s, b, static_cast<U16>(instances - 1), 0,
+                                   static_cast<U16>(elements - 1)));
+    EXPECT_ASSERTION(o->getSchanAddress(a, s, b, instances, 0, 0),
+                     "hasIdentifier( chipType, variant, identifier )");
     if (o->isTable()) {
       const U32 entries = o->entries();
       EXPECT_TRUE(o->getSchanAddress(a, s, b, 0, entries - 1, 0));
-      EXPECT_ASSERTION(o->getSchanAddress(a, s, b, 0, entries, 0), "tableEntry < " + std::to_string(entries));
+      EXPECT_ASSERTION(o->getSchanAddress(a, s, b, 0, entries, 0),
+                       "tableEntry < " + std::to_string(entries));
       const bool equalityForm = tc::num(p.chip) <= 16;  // 88690 to 88480x
       EXPECT_ASSERTION(o->getSchanAddress(a, s, b, 0, 0, static_cast<U16>(elements)),
                        elements > 1 || !equalityForm ? "arrayIndex < " + std::to_string(elements)
@@ -203,17 +212,21 @@ TEST(Boundaries, IndexedAccessorsStopAtTheFirstIndexPastTheirBound) {
   shared.fill(7);
   IppfStatisticsInfo ippf(ChipType::BCM88860_A0, shared.data(), 52, false, 0);
   ippf.metadataUcByLayerType(63);
-  EXPECT_MESSAGE_ASSERTION(ippf.metadataUcByLayerTypeIs(64, 0), "Array index 64 out of range for metadataUcByLayerTypeIs", "0");
+  EXPECT_MESSAGE_ASSERTION(ippf.metadataUcByLayerTypeIs(64, 0),
+                           "Array index 64 out of range for metadataUcByLayerTypeIs", "0");
   PqpEgressQueuesEmpty queues(ChipType::BCM88850_A0, shared.data(), 64, false, 0);
   queues.queueEmptyById(511);
-  EXPECT_MESSAGE_ASSERTION(queues.queueEmptyByIdIs(512, 1), "Array index 512 out of range for queueEmptyByIdIs", "0");
+  EXPECT_MESSAGE_ASSERTION(queues.queueEmptyByIdIs(512, 1),
+                           "Array index 512 out of range for queueEmptyByIdIs", "0");
   McpEngDbBankSource banks(ChipType::BCM88850_A0, shared.data(), 12, false, 0);
   banks.engDbCBankSource(35);
-  EXPECT_MESSAGE_ASSERTION(banks.engDbCBankSourceIs(36, 0), "Array index 36 out of range for engDbCBankSourceIs", "0");
+  EXPECT_MESSAGE_ASSERTION(banks.engDbCBankSourceIs(36, 0),
+                           "Array index 36 out of range for engDbCBankSourceIs", "0");
   CrpsIfAdapterEgqEppCtrCfg egq(ChipType::BCM88860_A0, shared.data(), 76, false, 18);
   egq.expansionSelectByInterfaceAndType(31);
   EXPECT_MESSAGE_ASSERTION(egq.expansionSelectByInterfaceAndTypeIs(32, 0),
-                           "Array index 32 out of range for expansionSelectByInterfaceAndTypeIs", "0");
+                           "Array index 32 out of range for expansionSelectByInterfaceAndTypeIs",
+                           "0");
   EXPECT_TRUE(shared.unchanged());
 }
 

@@ -25,12 +25,15 @@ std::vector<Pair> pairsOf(const std::string& cls) {
   std::vector<Pair> out;
   for (int chip = 0; chip < 256; ++chip)
     for (int v = 0; v < 256; ++v)
-      if (Hardware::chipTypeVariantValid(cls.c_str(), static_cast<ChipType>(chip), static_cast<U8>(v)))
+      if (Hardware::chipTypeVariantValid(cls.c_str(), static_cast<ChipType>(chip),
+                                         static_cast<U8>(v)))
         out.push_back({static_cast<ChipType>(chip), static_cast<U8>(v)});
   return out;
 }
 
-bool maskBit(const Raw8192& m, unsigned bit) { return (m[bit / 8] >> (bit % 8)) & 1; }
+bool maskBit(const Raw8192& m, unsigned bit) {
+  return (m[bit / 8] >> (bit % 8)) & 1;
+}
 
 // Writes the field's largest value and then zero over random bytes, through
 // the identifier and the name, and checks that only the field's bits change
@@ -46,12 +49,14 @@ void checkFieldWrites(Orrery::AsicBase& o, U32 id, unsigned seed) {
   o.setField64(id, max);
   std::vector<U8> now(o.buf(), o.buf() + o.len());
   EXPECT_EQ(0u, tc::changedOutside(random, now, offset, width)) << name;
-  for (unsigned b = offset; b < offset + width; ++b) ASSERT_TRUE(tc::bitOf(now, b)) << name << " bit " << b;
+  for (unsigned b = offset; b < offset + width; ++b)
+    ASSERT_TRUE(tc::bitOf(now, b)) << name << " bit " << b;
   EXPECT_EQ(max, o.stringField(name, 0)) << name;
   o.stringFieldIs(name, 0);
   now.assign(o.buf(), o.buf() + o.len());
   EXPECT_EQ(0u, tc::changedOutside(random, now, offset, width)) << name;
-  for (unsigned b = offset; b < offset + width; ++b) ASSERT_FALSE(tc::bitOf(now, b)) << name << " bit " << b;
+  for (unsigned b = offset; b < offset + width; ++b)
+    ASSERT_FALSE(tc::bitOf(now, b)) << name << " bit " << b;
   EXPECT_EQ(0u, o.stringField(name, 0)) << name;
 }
 
@@ -132,15 +137,21 @@ TEST(Catalogue, TotalsOfClassesFieldsAndTypes) {
     for (int c : chips) ++classesPerChip[c];
     for (const auto& [id, w] : widest) {
       ++fields;
-      const char* type = w <= 8 ? "U8" : w <= 16 ? "U16" : w <= 32 ? "U32" : w <= 64 ? "U64"
-                       : w <= 128 ? "Raw128" : w <= 256 ? "Raw256" : "Raw512";
+      const char* type = w <= 8     ? "U8"
+                         : w <= 16  ? "U16"
+                         : w <= 32  ? "U32"
+                         : w <= 64  ? "U64"
+                         : w <= 128 ? "Raw128"
+                         : w <= 256 ? "Raw256"
+                                    : "Raw512";
       ++fieldsByType[type];
     }
   }
   EXPECT_EQ(10, memories);
   EXPECT_EQ(1323, fields);
-  const std::map<std::string, int> byType = {{"U8", 1151}, {"U16", 34},   {"U32", 79},  {"U64", 50},
-                                             {"Raw128", 4}, {"Raw256", 2}, {"Raw512", 3}};
+  const std::map<std::string, int> byType = {{"U8", 1151}, {"U16", 34},   {"U32", 79},
+                                             {"U64", 50},  {"Raw128", 4}, {"Raw256", 2},
+                                             {"Raw512", 3}};
   EXPECT_EQ(byType, fieldsByType);
   const std::map<int, int> perChip = {{10, 44}, {11, 46}, {12, 52}, {14, 52}, {15, 42},
                                       {16, 42}, {17, 44}, {20, 44}, {21, 44}, {23, 44},

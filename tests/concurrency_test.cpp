@@ -81,7 +81,8 @@ std::string failEachAllocationOfTheBuild(const std::function<void()>& call) {
       return 0;
     });
     if (status != 0)
-      problems += "failing allocation " + std::to_string(n) + ": status " + std::to_string(status) + "\n";
+      problems +=
+          "failing allocation " + std::to_string(n) + ": status " + std::to_string(status) + "\n";
   }
   return problems;
 }

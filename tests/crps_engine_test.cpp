@@ -1,10 +1,10 @@
 // Per-engine configuration of the counter processor: the engine register's
 // layouts, its one field wider than 64 bits, eviction and conditional trigger,
 // and the expansion map with one variant per engine.
-#include "TestSupport.h"
-
 #include <algorithm>
 #include <string>
+
+#include "TestSupport.h"
 
 namespace {
 
@@ -13,31 +13,53 @@ using tc::allChips;
 using tc::num;
 namespace F = Hardware::FieldIds;
 
-const ChipType kL1 = ChipType::BCM88690_B0, kL2 = ChipType::BCM88800_A0, kL3 = ChipType::BCM88850_A0,
-               kL4 = ChipType::BCM88860_A0;
+const ChipType kL1 = ChipType::BCM88690_B0, kL2 = ChipType::BCM88800_A0,
+               kL3 = ChipType::BCM88850_A0, kL4 = ChipType::BCM88860_A0;
 
 // ---------------------------------------------------------------------------
 // CrpsEngineCfg
 
 // The one field sequence of which each layout keeps a part, in bit order.
-const U32 kSequence[] = {
-    F::ENGINE_N_MODE, F::ENGINE_N_WEIGHT_SHIFT_RATIO, F::ENGINE_N_OVF_VALUE, F::ENGINE_N_OVF_RESET_VALUE,
-    F::ENGINE_N_CLEAR_ON_READ_RESET_VALUE, F::ENGINE_N_ENABLE_CLEAR_ON_OVF, F::ENGINE_N_ENABLE_CLEAR_ON_READ,
-    F::ENGINE_N_PIPE_ENABLE, F::ENGINE_N_SCAN_NUM_OF_SAMPLING_INTERVALS,
-    F::ENGINE_N_SCAN_PULSES_PER_SAMPLING_INTERVAL, F::ENGINE_N_SCAN_PULSES_DELAY_BEFORE_COUNT,
-    F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_ALG_SCANS, F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS,
-    F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP, F::ENGINE_N_ENABLE_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP,
-    F::ENGINE_N_ENABLE_AVOID_SEQ_SCAN, F::ENGINE_N_AVOID_SEQ_SCAN_VALUE, F::ENGINE_N_SCAN_TIME_OUT_BEFORE_BUBBLE_REQ,
-    F::ENGINE_N_SCAN_TIME_OUT_AFTER_BUBBLE_REQ, F::ENGINE_N_SCAN_MODE, F::ENGINE_N_SCAN_THRESHOLD_CFG,
-    F::ENGINE_N_SCAN_PKT_THRESHOLD_CFG, F::ENGINE_N_SCAN_FORCE_BUBBLE, F::ENGINE_N_SCAN_BUBBLE_REQUEST_ENABLE,
-    F::ENGINE_N_SCAN_OBJECT_TYPE_FOR_DMA, F::ENGINE_N_SCAN_TOD_PERIOD_COUNTER_RE_ENTER,
-    F::ENGINE_N_SCAN_DMA_RECORD_LOGICAL_SEL, F::ENGINE_N_SCAN_COR_ENABLE,
-    F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_START, F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_END,
-    F::ENGINE_N_ENABLE_CLEAR_ON_ECC_ERR, F::ENGINE_N_CLEAR_ON_INIT_VALUE, F::ENGINE_N_LFSR_ENABLE,
-    F::ENGINE_N_IRE_EVICTION_ENABLE, F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_ENABLE,
-    F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_VALUE, F::ENGINE_N_ENABLE_START_NEW_SCAN_ONLY_ON_EXTERNAL_SYNC,
-    F::ENGINE_N_WAITING_PERIOD_BEFORE_START_NEW_SCAN, F::ENGINE_N_ENABLE_WAITING_PERIOD_BEFORE_START_NEW_SCAN,
-    F::ENGINE_N_ENABLE_WIDE_STATE_COUNTERS_SATURATION};
+const U32 kSequence[] = {F::ENGINE_N_MODE,
+                         F::ENGINE_N_WEIGHT_SHIFT_RATIO,
+                         F::ENGINE_N_OVF_VALUE,
+                         F::ENGINE_N_OVF_RESET_VALUE,
+                         F::ENGINE_N_CLEAR_ON_READ_RESET_VALUE,
+                         F::ENGINE_N_ENABLE_CLEAR_ON_OVF,
+                         F::ENGINE_N_ENABLE_CLEAR_ON_READ,
+                         F::ENGINE_N_PIPE_ENABLE,
+                         F::ENGINE_N_SCAN_NUM_OF_SAMPLING_INTERVALS,
+                         F::ENGINE_N_SCAN_PULSES_PER_SAMPLING_INTERVAL,
+                         F::ENGINE_N_SCAN_PULSES_DELAY_BEFORE_COUNT,
+                         F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_ALG_SCANS,
+                         F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS,
+                         F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP,
+                         F::ENGINE_N_ENABLE_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP,
+                         F::ENGINE_N_ENABLE_AVOID_SEQ_SCAN,
+                         F::ENGINE_N_AVOID_SEQ_SCAN_VALUE,
+                         F::ENGINE_N_SCAN_TIME_OUT_BEFORE_BUBBLE_REQ,
+                         F::ENGINE_N_SCAN_TIME_OUT_AFTER_BUBBLE_REQ,
+                         F::ENGINE_N_SCAN_MODE,
+                         F::ENGINE_N_SCAN_THRESHOLD_CFG,
+                         F::ENGINE_N_SCAN_PKT_THRESHOLD_CFG,
+                         F::ENGINE_N_SCAN_FORCE_BUBBLE,
+                         F::ENGINE_N_SCAN_BUBBLE_REQUEST_ENABLE,
+                         F::ENGINE_N_SCAN_OBJECT_TYPE_FOR_DMA,
+                         F::ENGINE_N_SCAN_TOD_PERIOD_COUNTER_RE_ENTER,
+                         F::ENGINE_N_SCAN_DMA_RECORD_LOGICAL_SEL,
+                         F::ENGINE_N_SCAN_COR_ENABLE,
+                         F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_START,
+                         F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_END,
+                         F::ENGINE_N_ENABLE_CLEAR_ON_ECC_ERR,
+                         F::ENGINE_N_CLEAR_ON_INIT_VALUE,
+                         F::ENGINE_N_LFSR_ENABLE,
+                         F::ENGINE_N_IRE_EVICTION_ENABLE,
+                         F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_ENABLE,
+                         F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_VALUE,
+                         F::ENGINE_N_ENABLE_START_NEW_SCAN_ONLY_ON_EXTERNAL_SYNC,
+                         F::ENGINE_N_WAITING_PERIOD_BEFORE_START_NEW_SCAN,
+                         F::ENGINE_N_ENABLE_WAITING_PERIOD_BEFORE_START_NEW_SCAN,
+                         F::ENGINE_N_ENABLE_WIDE_STATE_COUNTERS_SATURATION};
 
 TEST(CrpsEngineCfg, LayoutsKeepTheSequenceOrderAndItsLastField) {
   const struct {
@@ -55,14 +77,21 @@ TEST(CrpsEngineCfg, LayoutsKeepTheSequenceOrderAndItsLastField) {
       if (cfg.isFieldValid(id)) present.push_back(id);
     ASSERT_EQ(present.size(), l.fields);
     for (std::size_t i = 1; i < present.size(); ++i)
-      EXPECT_EQ(cfg.fieldOffset(present[i]), cfg.fieldOffset(present[i - 1]) + cfg.fieldWidth(present[i - 1]))
+      EXPECT_EQ(cfg.fieldOffset(present[i]),
+                cfg.fieldOffset(present[i - 1]) + cfg.fieldWidth(present[i - 1]))
           << chipTypeName(l.chip) << " " << fieldIdName(present[i]);
     EXPECT_EQ(present.back(), l.last);
   }
   // engineNMode widens ahead of engineNOvfValue.
-  const std::pair<ChipType, U16> ovf[] = {{kL1, 11}, {kL2, 12}, {ChipType::BCM88480_A0, 12}, {kL3, 12},
-                                          {ChipType::BCM88859_A2, 12}, {ChipType::BCM88490_A0, 14}, {kL4, 14}};
-  for (auto [chip, offset] : ovf) EXPECT_EQ(CrpsEngineCfg::WithStorage(chip, 0).engineNOvfValueOffset(), offset);
+  const std::pair<ChipType, U16> ovf[] = {{kL1, 11},
+                                          {kL2, 12},
+                                          {ChipType::BCM88480_A0, 12},
+                                          {kL3, 12},
+                                          {ChipType::BCM88859_A2, 12},
+                                          {ChipType::BCM88490_A0, 14},
+                                          {kL4, 14}};
+  for (auto [chip, offset] : ovf)
+    EXPECT_EQ(CrpsEngineCfg::WithStorage(chip, 0).engineNOvfValueOffset(), offset);
   EXPECT_EQ(CrpsEngineCfg::WithStorage(kL3, 0).engineNScanForceBubbleOffset(), 143);
 }
 
@@ -70,11 +99,16 @@ TEST(CrpsEngineCfg, FieldsOfSomeLayoutsOnly) {
   const struct {
     U32 id;
     const char* layouts;  // digits of the layouts that have the field
-  } partial[] = {{F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_ALG_SCANS, "12"}, {F::ENGINE_N_SCAN_THRESHOLD_CFG, "12"},
-                 {F::ENGINE_N_SCAN_PKT_THRESHOLD_CFG, "12"},           {F::ENGINE_N_CLEAR_ON_INIT_VALUE, "234"},
-                 {F::ENGINE_N_LFSR_ENABLE, "34"},                      {F::ENGINE_N_IRE_EVICTION_ENABLE, "3"},
-                 {F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_ENABLE, "3"},    {F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_VALUE, "3"},
-                 {F::ENGINE_N_AVOID_SEQ_SCAN_VALUE, "4"},              {F::ENGINE_N_ENABLE_AVOID_SEQ_SCAN, "4"},
+  } partial[] = {{F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_ALG_SCANS, "12"},
+                 {F::ENGINE_N_SCAN_THRESHOLD_CFG, "12"},
+                 {F::ENGINE_N_SCAN_PKT_THRESHOLD_CFG, "12"},
+                 {F::ENGINE_N_CLEAR_ON_INIT_VALUE, "234"},
+                 {F::ENGINE_N_LFSR_ENABLE, "34"},
+                 {F::ENGINE_N_IRE_EVICTION_ENABLE, "3"},
+                 {F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_ENABLE, "3"},
+                 {F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_VALUE, "3"},
+                 {F::ENGINE_N_AVOID_SEQ_SCAN_VALUE, "4"},
+                 {F::ENGINE_N_ENABLE_AVOID_SEQ_SCAN, "4"},
                  {F::ENGINE_N_ENABLE_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP, "4"},
                  {F::ENGINE_N_ENABLE_START_NEW_SCAN_ONLY_ON_EXTERNAL_SYNC, "4"},
                  {F::ENGINE_N_ENABLE_WAITING_PERIOD_BEFORE_START_NEW_SCAN, "4"},
@@ -84,13 +118,16 @@ TEST(CrpsEngineCfg, FieldsOfSomeLayoutsOnly) {
   for (ChipType chip : allChips()) {
     const CrpsEngineCfg::WithStorage cfg(chip, 0);
     const U16 words = cfg.width();
-    const char layout = words == 8 ? (cfg.engineNModeLen() == 5 ? '1' : '2') : words == 7 ? '3' : '4';
+    const char layout = words == 8   ? (cfg.engineNModeLen() == 5 ? '1' : '2')
+                        : words == 7 ? '3'
+                                     : '4';
     for (const auto& p : partial)
       EXPECT_EQ(cfg.isFieldValid(p.id), std::string(p.layouts).find(layout) != std::string::npos)
           << chipTypeName(chip) << " " << fieldIdName(p.id);
   }
   EXPECT_FALSE(CrpsEngineCfg::WithStorage(kL1, 0).isEngineNLfsrEnableValid());
-  EXPECT_TRUE(CrpsEngineCfg::WithStorage(ChipType::BCM88859_A2, 0).isEngineNIreEvictionEnableValid());
+  EXPECT_TRUE(
+      CrpsEngineCfg::WithStorage(ChipType::BCM88859_A2, 0).isEngineNIreEvictionEnableValid());
 }
 
 // A field the chip's layout lacks answers no and stops the same way on every
@@ -99,8 +136,10 @@ TEST(CrpsEngineCfg, AbsentFieldsStopOnEveryPath) {
   const struct {
     ChipType chip;
     U32 id;
-  } absent[] = {{kL1, F::ENGINE_N_LFSR_ENABLE}, {kL3, F::ENGINE_N_SCAN_THRESHOLD_CFG},
-                {kL4, F::ENGINE_N_IRE_EVICTION_ENABLE}, {kL1, F::ENGINE_N_AVOID_SEQ_SCAN_VALUE}};
+  } absent[] = {{kL1, F::ENGINE_N_LFSR_ENABLE},
+                {kL3, F::ENGINE_N_SCAN_THRESHOLD_CFG},
+                {kL4, F::ENGINE_N_IRE_EVICTION_ENABLE},
+                {kL1, F::ENGINE_N_AVOID_SEQ_SCAN_VALUE}};
   for (const auto& a : absent) {
     CrpsEngineCfg::WithStorage cfg(a.chip, 0);
     const String name(fieldIdAccessorName(a.id));
@@ -117,9 +156,10 @@ TEST(CrpsEngineCfg, AbsentFieldsStopOnEveryPath) {
   EXPECT_ASSERTION(l1.engineNLfsrEnable(), "0");
   EXPECT_ASSERTION(l1.engineNLfsrEnableIs(1), "0");
   EXPECT_ASSERTION(l1.engineNLfsrEnableOffset(), "0");
-  EXPECT_MESSAGE_ASSERTION(l1.engineNLfsrEnableLen(), " does not have field ENGINE_N_LFSR_ENABLE", "0");
-  EXPECT_MESSAGE_ASSERTION(l1.engineNAvoidSeqScanValueLen(), " does not have field ENGINE_N_AVOID_SEQ_SCAN_VALUE",
+  EXPECT_MESSAGE_ASSERTION(l1.engineNLfsrEnableLen(), " does not have field ENGINE_N_LFSR_ENABLE",
                            "0");
+  EXPECT_MESSAGE_ASSERTION(l1.engineNAvoidSeqScanValueLen(),
+                           " does not have field ENGINE_N_AVOID_SEQ_SCAN_VALUE", "0");
   EXPECT_EQ(CrpsEngineCfg::WithStorage(kL3, 0).engineNLfsrEnableOffset(), 201);
   EXPECT_EQ(CrpsEngineCfg::WithStorage(kL4, 0).engineNLfsrEnableOffset(), 309);
 }
@@ -156,7 +196,8 @@ TEST(CrpsEngineCfg, LengthIsCheckedPerFieldAndWholeForGetAllFields) {
   l1.engineNScanCorEnableIs(1);
   EXPECT_EQ(zeros[24], 0x10);
   EXPECT_EQ(tc::changedOutside(std::vector<U8>(25, 0), zeros, 196, 1), 0u);
-  EXPECT_ASSERTION(CrpsEngineCfg(kL1, zeros.data(), 24, false, 0).engineNScanCorEnableIs(1), "len_ >= 25");
+  EXPECT_ASSERTION(CrpsEngineCfg(kL1, zeros.data(), 24, false, 0).engineNScanCorEnableIs(1),
+                   "len_ >= 25");
   EXPECT_ASSERTION(l1.engineNScanCorEnableIs(2), "value <= 0x1");
 
   std::vector<U8> reg(28, 0xff);
@@ -185,9 +226,12 @@ TEST(CrpsEngineCfg, WideFieldReadsByWordAndRefusesSixtyFourBitWrites) {
 
   EXPECT_ASSERTION(cfg.setField64(F::ENGINE_N_AVOID_SEQ_SCAN_VALUE, 1), "false");
   EXPECT_ASSERTION(cfg.stringFieldIs("engineNAvoidSeqScanValue", 1), "false");
-  EXPECT_ASSERTION(CrpsEngineCfg(kL4, buf.data(), 26, false, 0).engineNAvoidSeqScanValueIs(value), "len_ >= 27");
-  EXPECT_MESSAGE_ASSERTION(cfg.stringField("engineNAvoidSeqScanvalue", 0), "fieldName not found.", "false");
-  EXPECT_MESSAGE_ASSERTION(cfg.stringFieldIs("EngineNMode", 0), "fieldName not found or is const.", "false");
+  EXPECT_ASSERTION(CrpsEngineCfg(kL4, buf.data(), 26, false, 0).engineNAvoidSeqScanValueIs(value),
+                   "len_ >= 27");
+  EXPECT_MESSAGE_ASSERTION(cfg.stringField("engineNAvoidSeqScanvalue", 0), "fieldName not found.",
+                           "false");
+  EXPECT_MESSAGE_ASSERTION(cfg.stringFieldIs("EngineNMode", 0), "fieldName not found or is const.",
+                           "false");
 }
 
 // ---------------------------------------------------------------------------
@@ -212,10 +256,12 @@ TEST(CrpsEngineEvictionCfg, StraddlingFieldsAndLimits) {
 
 TEST(CrpsEngineConditionalTriggerCfg, SourceWidthMovesTheLastFields) {
   CrpsEngineConditionalTriggerCfg::WithStorage narrow(ChipType::BCM88850_A0, 0), wide(kL4, 0);
-  EXPECT_ASSERTION(narrow.crpsEngineNConditionalTriggerSourceIs(0x400000000), "value <= 0x3ffffffff");
+  EXPECT_ASSERTION(narrow.crpsEngineNConditionalTriggerSourceIs(0x400000000),
+                   "value <= 0x3ffffffff");
   wide.crpsEngineNConditionalTriggerSourceIs(0x400000000);
   EXPECT_EQ(wide.crpsEngineNConditionalTriggerSource(), 0x400000000u);
-  EXPECT_ASSERTION(wide.crpsEngineNConditionalTriggerSourceIs(0x1000000000), "value <= 0xfffffffff");
+  EXPECT_ASSERTION(wide.crpsEngineNConditionalTriggerSourceIs(0x1000000000),
+                   "value <= 0xfffffffff");
   EXPECT_EQ(narrow.crpsEngineNConditionalTriggerActionOffset(), 40);
   EXPECT_EQ(wide.crpsEngineNConditionalTriggerActionOffset(), 42);
   std::vector<U8> buf(5, 0);
@@ -238,14 +284,19 @@ struct Group {
 };
 
 TEST(CrpsExpansionMapMem, GroupsOfEnginesHaveTheirOwnBaseAndBound) {
-  const Group groups[] = {
-      {ChipType::BCM88690_B0, 0, 7, 32768, 40959},    {ChipType::BCM88690_B0, 8, 15, 98304, 106495},
-      {ChipType::BCM88690_B0, 16, 21, 163840, 169983}, {ChipType::BCM88800_A0, 0, 7, 90112, 98303},
-      {ChipType::BCM88800_A0, 8, 15, 155648, 163839},  {ChipType::BCM88800_A0, 16, 33, 229376, 247807},
-      {ChipType::BCM88850_A0, 0, 33, 65536, 100351},   {ChipType::BCM88859_A2, 0, 33, 65536, 100351},
-      {ChipType::BCM88480_A0, 0, 3, 8192, 12287},      {ChipType::BCM88480_B0, 4, 9, 24576, 30719},
-      {ChipType::BCM88480_A0, 10, 13, 73728, 77823},   {ChipType::BCM88490_A0, 0, 21, 32768, 55295},
-      {ChipType::BCM88870_A0, 0, 31, 32768, 65535}};
+  const Group groups[] = {{ChipType::BCM88690_B0, 0, 7, 32768, 40959},
+                          {ChipType::BCM88690_B0, 8, 15, 98304, 106495},
+                          {ChipType::BCM88690_B0, 16, 21, 163840, 169983},
+                          {ChipType::BCM88800_A0, 0, 7, 90112, 98303},
+                          {ChipType::BCM88800_A0, 8, 15, 155648, 163839},
+                          {ChipType::BCM88800_A0, 16, 33, 229376, 247807},
+                          {ChipType::BCM88850_A0, 0, 33, 65536, 100351},
+                          {ChipType::BCM88859_A2, 0, 33, 65536, 100351},
+                          {ChipType::BCM88480_A0, 0, 3, 8192, 12287},
+                          {ChipType::BCM88480_B0, 4, 9, 24576, 30719},
+                          {ChipType::BCM88480_A0, 10, 13, 73728, 77823},
+                          {ChipType::BCM88490_A0, 0, 21, 32768, 55295},
+                          {ChipType::BCM88870_A0, 0, 31, 32768, 65535}};
   for (const Group& g : groups) {
     const U32 elements = g.last - g.first + 1;
     for (U8 v : {g.first, g.last}) {
@@ -256,14 +307,15 @@ TEST(CrpsExpansionMapMem, GroupsOfEnginesHaveTheirOwnBaseAndBound) {
       ASSERT_TRUE(CrpsExpansionMapMem::getSchanAddress(c, v, address, subBlock, block, 0, 0, 0));
       EXPECT_EQ(address, g.base);
       ASSERT_TRUE(CrpsExpansionMapMem::getSchanAddress(c, v, address, subBlock, block,
-                                                       CrpsExpansionMapMem::instanceCount(c, v) - 1, 1023,
-                                                       static_cast<U16>(elements - 1)));
+                                                       CrpsExpansionMapMem::instanceCount(c, v) - 1,
+                                                       1023, static_cast<U16>(elements - 1)));
       EXPECT_EQ(address, g.lastAddress);
       EXPECT_ASSERTION(CrpsExpansionMapMem::getSchanAddress(c, v, address, subBlock, block, 0, 0,
                                                             static_cast<U16>(elements)),
                        "arrayIndex < " + std::to_string(elements));
-      EXPECT_ASSERTION(CrpsExpansionMapMem::getSchanAddress(c, v, address, subBlock, block, 9, 1024, 99),
-                       "tableEntry < 1024");
+      EXPECT_ASSERTION(
+          CrpsExpansionMapMem::getSchanAddress(c, v, address, subBlock, block, 9, 1024, 99),
+          "tableEntry < 1024");
     }
   }
   // Engine 20 of 88800 is element 4 of the third group; engine 13 of 88480x element 3.
@@ -290,7 +342,8 @@ TEST(CrpsExpansionMapMem, VariantsAreEnginesCountedByChip) {
     EXPECT_EQ(spans.spans[0].firstEntry, 0u);
     EXPECT_EQ(spans.spans[0].size, 1024u);
   }
-  for (U32 foreign : {0u, 13u, 18u, 19u, 22u, 27u}) EXPECT_EQ(CrpsExpansionMapMem::tableVariantCount(foreign), 0u);
+  for (U32 foreign : {0u, 13u, 18u, 19u, 22u, 27u})
+    EXPECT_EQ(CrpsExpansionMapMem::tableVariantCount(foreign), 0u);
   EXPECT_MESSAGE_ASSERTION(CrpsExpansionMapMem::WithStorage(ChipType::BCM88690_B0, 22),
                            " not in metainfo for CrpsExpansionMapMem!", "0");
   EXPECT_ASSERTION(CrpsExpansionMapMem::width(10, 22), "0");
@@ -299,8 +352,8 @@ TEST(CrpsExpansionMapMem, VariantsAreEnginesCountedByChip) {
 TEST(CrpsExpansionMapMem, SetIndexExistsOnTheWideChipsOnly) {
   CrpsExpansionMapMem::WithStorage narrow(ChipType::BCM88690_B0, 0), wide(ChipType::BCM88890_A0, 5);
   EXPECT_FALSE(narrow.isCrpsExpansionDataSetIdxValid());
-  EXPECT_MESSAGE_ASSERTION(narrow.crpsExpansionDataSetIdxLen(), " does not have field CRPS_EXPANSION_DATA_SET_IDX",
-                           "0");
+  EXPECT_MESSAGE_ASSERTION(narrow.crpsExpansionDataSetIdxLen(),
+                           " does not have field CRPS_EXPANSION_DATA_SET_IDX", "0");
   EXPECT_ASSERTION(narrow.crpsExpansionDataSetIdxIs(1), "0");
   EXPECT_ASSERTION(narrow.setField64(F::CRPS_EXPANSION_DATA_SET_IDX, 1), "0");
   EXPECT_ASSERTION(narrow.stringField("crpsExpansionDataSetIdx", 0), "0");

@@ -1,10 +1,10 @@
 // The interface adapter of the counter processor: the common register with its
 // two layouts, the CGM TM selects, and the CGM IRPP and EGQ EPP selects whose
 // variant picks the register.
-#include "TestSupport.h"
-
 #include <algorithm>
 #include <string>
+
+#include "TestSupport.h"
 
 namespace {
 
@@ -28,13 +28,14 @@ TEST(CrpsIfAdapterCfg, IndexedAccessorsReachTheirFieldsOrStop) {
     cfg.cgmTmPktsizeNotQsizeSelIs(1, 1);
     EXPECT_EQ(cfg.getAllFields()[0], 0x02);
     EXPECT_EQ(cfg.cgmTmPktsizeNotQsizeSelB(), 1);
-    EXPECT_MESSAGE_ASSERTION(cfg.cgmTmPktsizeNotQsizeSel(2), "Array index 2 out of range for cgmTmPktsizeNotQsizeSel",
-                             "0");
+    EXPECT_MESSAGE_ASSERTION(cfg.cgmTmPktsizeNotQsizeSel(2),
+                             "Array index 2 out of range for cgmTmPktsizeNotQsizeSel", "0");
     EXPECT_ASSERTION(cfg.cgmIrppPacketSizeSelectIs(0x400), "value <= 0x3ff");
     EXPECT_MESSAGE_ASSERTION(cfg.erppExpansionSelectAByInterface(2),
                              "Array index 2 out of range for erppExpansionSelectAByInterface", "0");
     EXPECT_MESSAGE_ASSERTION(cfg.erppExpansionSelectDByInterfaceIs(7, 0),
-                             "Array index 7 out of range for erppExpansionSelectDByInterfaceIs", "0");
+                             "Array index 7 out of range for erppExpansionSelectDByInterfaceIs",
+                             "0");
     EXPECT_EQ(cfg.isEgqErppCtr0ExpansionSelectAValid(), !wideChip(chip));
     EXPECT_EQ(cfg.isPmfaAdditionalPtrBitsFoldedInDataValid(), wideChip(chip));
     EXPECT_EQ(cfg.cgmIrppPacketSizeSelectOffset(), wideChip(chip) ? 2 : 146);
@@ -60,11 +61,13 @@ TEST(CrpsIfAdapterCfg, IndexedAccessorsReachTheirFieldsOrStop) {
   EXPECT_EQ(tc::changedOutside(std::vector<U8>(20, 0), buf, 114, 16), 0u);
   EXPECT_EQ(cfg.egqErppCtr1ExpansionSelectC(), 0xffff);
   EXPECT_EQ(cfg.erppExpansionSelectCByInterface(1), 0xffff);
-  EXPECT_ASSERTION(CrpsIfAdapterCfg(ChipType::BCM88690_B0, buf.data(), 19, false, 0).cgmIrppPacketSizeSelectIs(1),
+  EXPECT_ASSERTION(CrpsIfAdapterCfg(ChipType::BCM88690_B0, buf.data(), 19, false, 0)
+                       .cgmIrppPacketSizeSelectIs(1),
                    "len_ >= 20");
   CrpsIfAdapterCfg(ChipType::BCM88490_A0, buf.data(), 2, false, 0).cgmIrppPacketSizeSelectIs(0x3ff);
   std::vector<U8> reg(4, 0xff);
-  EXPECT_ASSERTION(CrpsIfAdapterCfg(ChipType::BCM88870_A0, reg.data(), 4, false, 0).getAllFields(), "len_ >= 20");
+  EXPECT_ASSERTION(CrpsIfAdapterCfg(ChipType::BCM88870_A0, reg.data(), 4, false, 0).getAllFields(),
+                   "len_ >= 20");
 }
 
 TEST(CrpsIfAdapterCgmTmCfg, SecondSelectCrossesIntoTheSecondWord) {
@@ -76,10 +79,13 @@ TEST(CrpsIfAdapterCgmTmCfg, SecondSelectCrossesIntoTheSecondWord) {
   EXPECT_EQ(tm.cgmTmExpansionSelectAByInterface(0), 0u);
   EXPECT_ASSERTION(tm.cgmTmExpansionSelectAByInterfaceIs(1, 0x400000), "value <= 0x3fffff");
   EXPECT_MESSAGE_ASSERTION(tm.cgmTmExpansionSelectAByInterfaceIs(2, 0),
-                           "Array index 2 out of range for cgmTmExpansionSelectAByInterfaceIs", "0");
-  EXPECT_ASSERTION(CrpsIfAdapterCgmTmCfg(ChipType::BCM88490_A0, buf.data(), 5, false, 0).cgmTm1ExpansionSelectA(),
+                           "Array index 2 out of range for cgmTmExpansionSelectAByInterfaceIs",
+                           "0");
+  EXPECT_ASSERTION(CrpsIfAdapterCgmTmCfg(ChipType::BCM88490_A0, buf.data(), 5, false, 0)
+                       .cgmTm1ExpansionSelectA(),
                    "len_ >= 6");
-  for (ChipType chip : allChips()) EXPECT_EQ(CrpsIfAdapterCgmTmCfg::chipTypeVariantValid(chip, 0), wideChip(chip));
+  for (ChipType chip : allChips())
+    EXPECT_EQ(CrpsIfAdapterCgmTmCfg::chipTypeVariantValid(chip, 0), wideChip(chip));
 }
 
 // ---------------------------------------------------------------------------
@@ -87,9 +93,10 @@ TEST(CrpsIfAdapterCgmTmCfg, SecondSelectCrossesIntoTheSecondWord) {
 // answers for the interfaces of v's register only.
 
 using IrppGetter = U64 (CrpsIfAdapterCgmIrppCfg::*)(U32) const;
-const IrppGetter kIrppByLetter[4] = {
-    &CrpsIfAdapterCgmIrppCfg::expansionSelectAByInterface, &CrpsIfAdapterCgmIrppCfg::expansionSelectBByInterface,
-    &CrpsIfAdapterCgmIrppCfg::expansionSelectCByInterface, &CrpsIfAdapterCgmIrppCfg::expansionSelectDByInterface};
+const IrppGetter kIrppByLetter[4] = {&CrpsIfAdapterCgmIrppCfg::expansionSelectAByInterface,
+                                     &CrpsIfAdapterCgmIrppCfg::expansionSelectBByInterface,
+                                     &CrpsIfAdapterCgmIrppCfg::expansionSelectCByInterface,
+                                     &CrpsIfAdapterCgmIrppCfg::expansionSelectDByInterface};
 
 TEST(CrpsIfAdapterCgmIrppCfg, VariantSelectsTheRegisterOfItsInterface) {
   for (ChipType chip : {ChipType::BCM88690_B0, ChipType::BCM88480_B0, ChipType::BCM88490_A0,
@@ -122,7 +129,8 @@ TEST(CrpsIfAdapterCgmIrppCfg, VariantSelectsTheRegisterOfItsInterface) {
       EXPECT_MESSAGE_ASSERTION(irpp.expansionSelectAByInterface(10),
                                "Array index 10 out of range for expansionSelectAByInterface", "0");
       EXPECT_MESSAGE_ASSERTION(irpp.expansionSelectAByInterfaceIs(10, 0),
-                               "Array index 10 out of range for expansionSelectAByInterfaceIs", "0");
+                               "Array index 10 out of range for expansionSelectAByInterfaceIs",
+                               "0");
     }
   }
   CrpsIfAdapterCgmIrppCfg::WithStorage v0(ChipType::BCM88690_B0, 0), v4(ChipType::BCM88690_B0, 4);
@@ -130,8 +138,8 @@ TEST(CrpsIfAdapterCgmIrppCfg, VariantSelectsTheRegisterOfItsInterface) {
   EXPECT_ASSERTION(v0.cgmIrpp4ExpansionSelectAOffset(), "0");
   EXPECT_ASSERTION(v0.fieldOffset(F::CGM_IRPP_4_EXPANSION_SELECT_A), "0");
   EXPECT_ASSERTION(v0.stringFieldIs("cgmIrpp4ExpansionSelectA", 0), "0");
-  EXPECT_MESSAGE_ASSERTION(v0.cgmIrpp4ExpansionSelectALen(), " does not have field CGM_IRPP_4_EXPANSION_SELECT_A",
-                           "0");
+  EXPECT_MESSAGE_ASSERTION(v0.cgmIrpp4ExpansionSelectALen(),
+                           " does not have field CGM_IRPP_4_EXPANSION_SELECT_A", "0");
   EXPECT_EQ(v0.fieldWidth(F::CGM_IRPP_4_EXPANSION_SELECT_A), 0);
   EXPECT_EQ(v4.cgmIrpp5ExpansionSelectBOffset(), 180);
   // 48 bits fit the wide chips' selects, not the narrow ones'.
@@ -189,12 +197,14 @@ TEST(CrpsIfAdapterEgqEppCtrCfg, SeriesMembersMoveWithTheirRegister) {
       buf = original;
     }
     EXPECT_MESSAGE_ASSERTION(egq.expansionSelectByInterfaceAndType(32),
-                             "Array index 32 out of range for expansionSelectByInterfaceAndType", "0");
+                             "Array index 32 out of range for expansionSelectByInterfaceAndType",
+                             "0");
     EXPECT_MESSAGE_ASSERTION(egq.expansionSelectByInterfaceAndTypeIs(40, 0),
-                             "Array index 40 out of range for expansionSelectByInterfaceAndTypeIs", "0");
+                             "Array index 40 out of range for expansionSelectByInterfaceAndTypeIs",
+                             "0");
   }
-  CrpsIfAdapterEgqEppCtrCfg::WithStorage narrow(ChipType::BCM88690_B0, 5), low(ChipType::BCM88890_B0, 0),
-      high(ChipType::BCM88890_B0, 18);
+  CrpsIfAdapterEgqEppCtrCfg::WithStorage narrow(ChipType::BCM88690_B0, 5),
+      low(ChipType::BCM88890_B0, 0), high(ChipType::BCM88890_B0, 18);
   EXPECT_TRUE(narrow.isEtppLtncyCtrSelectValid());
   EXPECT_FALSE(narrow.isEgqEppLtncyCtrSelectValid());
   EXPECT_FALSE(low.isEgqEppLtncyCtrSelectValid());
@@ -204,11 +214,14 @@ TEST(CrpsIfAdapterEgqEppCtrCfg, SeriesMembersMoveWithTheirRegister) {
   EXPECT_EQ(narrow.etppLtncyCtrSelectOffset(), 576);
   EXPECT_ASSERTION(low.egqEppTmExpansionSelectIs(0x4000), "value <= 0x3fff");
   EXPECT_ASSERTION(high.egqEppTmExpansionSelect(), "0");
-  EXPECT_MESSAGE_ASSERTION(high.expansionSelect0Len(), " does not have field EXPANSION_SELECT_0", "0");
-  EXPECT_MESSAGE_ASSERTION(narrow.expansionSelect24Len(), " does not have field EXPANSION_SELECT_24", "0");
+  EXPECT_MESSAGE_ASSERTION(high.expansionSelect0Len(), " does not have field EXPANSION_SELECT_0",
+                           "0");
+  EXPECT_MESSAGE_ASSERTION(narrow.expansionSelect24Len(),
+                           " does not have field EXPANSION_SELECT_24", "0");
   EXPECT_ASSERTION(narrow.stringFieldIs("expansionSelect31", 0), "0");
   std::vector<U8> buf(72, 0);
-  EXPECT_ASSERTION(CrpsIfAdapterEgqEppCtrCfg(ChipType::BCM88690_B0, buf.data(), 72, false, 0).etppLtncyCtrSelectIs(1),
+  EXPECT_ASSERTION(CrpsIfAdapterEgqEppCtrCfg(ChipType::BCM88690_B0, buf.data(), 72, false, 0)
+                       .etppLtncyCtrSelectIs(1),
                    "len_ >= 73");
   std::vector<U8> ones(44, 0xff);
   CrpsIfAdapterEgqEppCtrCfg onRegister(ChipType::BCM88490_A0, ones.data(), 44, false, 18);
@@ -229,10 +242,10 @@ TEST(CrpsFactory, ClassesByName) {
     const char* name;
     unsigned rows;
     bool memory;
-  } classes[] = {{"CrpsEngineCfg", 13, false},         {"CrpsEngineConditionalTriggerCfg", 9, false},
-                 {"CrpsEngineEvictionCfg", 7, false},  {"CrpsExpansionMapMem", 366, true},
-                 {"CrpsIfAdapterCfg", 13, false},      {"CrpsIfAdapterCgmIrppCfg", 130, false},
-                 {"CrpsIfAdapterCgmTmCfg", 7, false},  {"CrpsIfAdapterEgqEppCtrCfg", 368, false}};
+  } classes[] = {{"CrpsEngineCfg", 13, false},        {"CrpsEngineConditionalTriggerCfg", 9, false},
+                 {"CrpsEngineEvictionCfg", 7, false}, {"CrpsExpansionMapMem", 366, true},
+                 {"CrpsIfAdapterCfg", 13, false},     {"CrpsIfAdapterCgmIrppCfg", 130, false},
+                 {"CrpsIfAdapterCgmTmCfg", 7, false}, {"CrpsIfAdapterEgqEppCtrCfg", 368, false}};
   for (const auto& k : classes) {
     SCOPED_TRACE(k.name);
     unsigned rows = 0;

@@ -1,11 +1,11 @@
 // Layouts and addresses of the per-engine and interface adapter registers of
 // the counter processor, swept over every chip and variant of each class.
-#include "TestSupport.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <string>
+
+#include "TestSupport.h"
 
 namespace {
 
@@ -16,18 +16,27 @@ using tc::num;
 // Chip set of the sheets that a chip belongs to.
 std::string chipSet(ChipType c) {
   switch (c) {
-    case ChipType::BCM88690_B0: return "88690";
-    case ChipType::BCM88800_A0: return "88800";
-    case ChipType::BCM88850_A0: return "88850";
-    case ChipType::BCM88859_A2: return "88859";
+    case ChipType::BCM88690_B0:
+      return "88690";
+    case ChipType::BCM88800_A0:
+      return "88800";
+    case ChipType::BCM88850_A0:
+      return "88850";
+    case ChipType::BCM88859_A2:
+      return "88859";
     case ChipType::BCM88480_A0:
-    case ChipType::BCM88480_B0: return "88480x";
-    case ChipType::BCM88490_A0: return "88490";
-    default: return "88860x";
+    case ChipType::BCM88480_B0:
+      return "88480x";
+    case ChipType::BCM88490_A0:
+      return "88490";
+    default:
+      return "88860x";
   }
 }
 
-bool wideChip(ChipType c) { return chipSet(c) == "88490" || chipSet(c) == "88860x"; }
+bool wideChip(ChipType c) {
+  return chipSet(c) == "88490" || chipSet(c) == "88860x";
+}
 
 // Instances of block CRPS by chip.
 U16 crpsInstances(ChipType c) {
@@ -88,7 +97,8 @@ void sweepRow(ChipType chip, U8 variant, unsigned usedBits, std::size_t storage)
   EXPECT_EQ(count, obj.fieldCount());
 
   std::vector<U8> expected(storage, 0);
-  for (unsigned bit = 0; bit < usedBits; ++bit) expected[bit / 8] |= static_cast<U8>(1u << (bit % 8));
+  for (unsigned bit = 0; bit < usedBits; ++bit)
+    expected[bit / 8] |= static_cast<U8>(1u << (bit % 8));
   EXPECT_EQ(covered, expected) << "fields don't tile bits 0 to " << usedBits - 1;
 
   const Raw8192 mask = T::allFieldsMask(num(chip), variant);
@@ -126,31 +136,42 @@ void sweepClass(std::size_t storage, const UsedBits& used, unsigned rows) {
 
 TEST(CrpsLayouts, EngineCfgIsOneSequenceCutFourWays) {
   sweepClass<CrpsEngineCfg>(
-      44, [](ChipType c, U8) {
+      44,
+      [](ChipType c, U8) {
         const std::string s = chipSet(c);
-        return s == "88690" ? 228u : s == "88800" || s == "88480x" ? 243u : wideChip(c) ? 345u : 218u;
+        return s == "88690"                    ? 228u
+               : s == "88800" || s == "88480x" ? 243u
+               : wideChip(c)                   ? 345u
+                                               : 218u;
       },
       13);
 }
 
 TEST(CrpsLayouts, EvictionAndConditionalTrigger) {
-  sweepClass<CrpsEngineEvictionCfg>(64, [](ChipType, U8) { return 482u; }, 7);
-  sweepClass<CrpsEngineConditionalTriggerCfg>(8, [](ChipType c, U8) { return wideChip(c) ? 47u : 45u; },
-                                              9);
+  sweepClass<CrpsEngineEvictionCfg>(
+      64, [](ChipType, U8) { return 482u; }, 7);
+  sweepClass<CrpsEngineConditionalTriggerCfg>(
+      8, [](ChipType c, U8) { return wideChip(c) ? 47u : 45u; }, 9);
 }
 
 TEST(CrpsLayouts, ExpansionMapHasOneRowPerEngine) {
-  sweepClass<CrpsExpansionMapMem>(4, [](ChipType c, U8) { return wideChip(c) ? 7u : 6u; }, 366);
+  sweepClass<CrpsExpansionMapMem>(
+      4, [](ChipType c, U8) { return wideChip(c) ? 7u : 6u; }, 366);
 }
 
 TEST(CrpsLayouts, InterfaceAdapters) {
-  sweepClass<CrpsIfAdapterCfg>(20, [](ChipType c, U8) { return wideChip(c) ? 18u : 156u; }, 13);
-  sweepClass<CrpsIfAdapterCgmTmCfg>(8, [](ChipType, U8) { return 44u; }, 7);
+  sweepClass<CrpsIfAdapterCfg>(
+      20, [](ChipType c, U8) { return wideChip(c) ? 18u : 156u; }, 13);
+  sweepClass<CrpsIfAdapterCgmTmCfg>(
+      8, [](ChipType, U8) { return 44u; }, 7);
   // Registers of selects are full: fields times the select width.
   sweepClass<CrpsIfAdapterCgmIrppCfg>(
       96, [](ChipType c, U8 v) { return (v < 8 ? 16u : 8u) * (wideChip(c) ? 48u : 36u); }, 130);
   sweepClass<CrpsIfAdapterEgqEppCtrCfg>(
-      76, [](ChipType c, U8 v) { return !wideChip(c) ? 577u : v < 18 ? 446u : 337u; }, 6 * 24 + 7 * 32);
+      76, [](ChipType c, U8 v) { return !wideChip(c) ? 577u
+                                        : v < 18     ? 446u
+                                                     : 337u; },
+      6 * 24 + 7 * 32);
 }
 
 // ---------------------------------------------------------------------------
@@ -238,24 +259,31 @@ void checkRegisterAddresses(const std::vector<RegisterRow>& rows, U8 variant = 0
     const U16 last = static_cast<U16>(row->elements - 1);
     ASSERT_TRUE(T::getSchanAddress(c, variant, address, subBlock, block, 0, 0, 0));
     EXPECT_EQ(address, row->base);
-    ASSERT_TRUE(T::getSchanAddress(c, variant, address, subBlock, block, crpsInstances(chip) - 1, 0, last));
+    ASSERT_TRUE(
+        T::getSchanAddress(c, variant, address, subBlock, block, crpsInstances(chip) - 1, 0, last));
     EXPECT_EQ(address, row->base + last);
     EXPECT_EQ(T::arrayElements(c, variant), row->elements);
     EXPECT_EQ(T::addrStride(c, variant), 1u);
     EXPECT_EQ(T::instanceCount(c, variant), crpsInstances(chip));
     EXPECT_FALSE(T::hasIdentifier(c, variant, crpsInstances(chip)));
     const std::string limit = "arrayIndex < " + std::to_string(row->elements);
-    EXPECT_ASSERTION(T::getSchanAddress(c, variant, address, subBlock, block, 0, 0, last + 1), limit);
+    EXPECT_ASSERTION(T::getSchanAddress(c, variant, address, subBlock, block, 0, 0, last + 1),
+                     limit);
     EXPECT_ASSERTION(T::getSchanAddress(c, variant, address, subBlock, block, 0, 1, last + 1),
                      "tableEntry == 0");
-    EXPECT_ASSERTION(T::getSchanAddress(c, variant, address, subBlock, block, crpsInstances(chip), 0, 0),
-                     "hasIdentifier( chipType, variant, identifier )");
+    EXPECT_ASSERTION(
+        T::getSchanAddress(c, variant, address, subBlock, block, crpsInstances(chip), 0, 0),
+        "hasIdentifier( chipType, variant, identifier )");
   }
 }
 
 TEST(CrpsAddresses, PerEngineRegisters) {
-  checkRegisterAddresses<CrpsEngineCfg>({{"88690", 268, 22}, {"88800", 313, 34}, {"88850", 308, 34},
-                                         {"88859", 308, 34}, {"88480x", 288, 14}, {"88490", 318, 22},
+  checkRegisterAddresses<CrpsEngineCfg>({{"88690", 268, 22},
+                                         {"88800", 313, 34},
+                                         {"88850", 308, 34},
+                                         {"88859", 308, 34},
+                                         {"88480x", 288, 14},
+                                         {"88490", 318, 22},
                                          {"88860x", 338, 32}});
   checkRegisterAddresses<CrpsEngineEvictionCfg>({{"88490", 296, 22}, {"88860x", 306, 32}});
   checkRegisterAddresses<CrpsEngineConditionalTriggerCfg>(
@@ -263,24 +291,45 @@ TEST(CrpsAddresses, PerEngineRegisters) {
 }
 
 TEST(CrpsAddresses, InterfaceAdapterRegisters) {
-  checkRegisterAddresses<CrpsIfAdapterCfg>({{"88690", 378, 1}, {"88800", 471, 1}, {"88850", 466, 1},
-                                            {"88859", 466, 1}, {"88480x", 366, 1}, {"88490", 428, 1},
+  checkRegisterAddresses<CrpsIfAdapterCfg>({{"88690", 378, 1},
+                                            {"88800", 471, 1},
+                                            {"88850", 466, 1},
+                                            {"88859", 466, 1},
+                                            {"88480x", 366, 1},
+                                            {"88490", 428, 1},
                                             {"88860x", 552, 1}});
   checkRegisterAddresses<CrpsIfAdapterCgmTmCfg>({{"88490", 436, 1}, {"88860x", 560, 1}});
   // First and last variant of each register of the variant-selected classes.
-  const std::vector<std::vector<RegisterRow>> irpp = {
-      {{"88690", 382, 1}, {"88800", 475, 1}, {"88850", 470, 1}, {"88859", 470, 1}, {"88480x", 370, 1},
-       {"88490", 434, 1}, {"88860x", 558, 1}},
-      {{"88690", 384, 1}, {"88800", 477, 1}, {"88850", 472, 1}, {"88859", 472, 1}, {"88480x", 372, 1},
-       {"88490", 438, 1}, {"88860x", 562, 1}},
-      {{"88690", 386, 1}, {"88800", 479, 1}, {"88850", 474, 1}, {"88859", 474, 1}, {"88480x", 374, 1},
-       {"88490", 440, 1}, {"88860x", 564, 1}}};
+  const std::vector<std::vector<RegisterRow>> irpp = {{{"88690", 382, 1},
+                                                       {"88800", 475, 1},
+                                                       {"88850", 470, 1},
+                                                       {"88859", 470, 1},
+                                                       {"88480x", 370, 1},
+                                                       {"88490", 434, 1},
+                                                       {"88860x", 558, 1}},
+                                                      {{"88690", 384, 1},
+                                                       {"88800", 477, 1},
+                                                       {"88850", 472, 1},
+                                                       {"88859", 472, 1},
+                                                       {"88480x", 372, 1},
+                                                       {"88490", 438, 1},
+                                                       {"88860x", 562, 1}},
+                                                      {{"88690", 386, 1},
+                                                       {"88800", 479, 1},
+                                                       {"88850", 474, 1},
+                                                       {"88859", 474, 1},
+                                                       {"88480x", 374, 1},
+                                                       {"88490", 440, 1},
+                                                       {"88860x", 564, 1}}};
   const U8 irppVariants[3][2] = {{0, 3}, {4, 7}, {8, 9}};
   for (int g = 0; g < 3; ++g)
     for (U8 v : irppVariants[g]) checkRegisterAddresses<CrpsIfAdapterCgmIrppCfg>(irpp[g], v);
 
-  const std::vector<RegisterRow> narrow = {{"88690", 380, 1}, {"88800", 473, 1}, {"88850", 468, 1},
-                                           {"88859", 468, 1}, {"88480x", 368, 1}};
+  const std::vector<RegisterRow> narrow = {{"88690", 380, 1},
+                                           {"88800", 473, 1},
+                                           {"88850", 468, 1},
+                                           {"88859", 468, 1},
+                                           {"88480x", 368, 1}};
   std::vector<RegisterRow> low = narrow, high = narrow;
   low.insert(low.end(), {{"88490", 430, 1}, {"88860x", 554, 1}});
   high.insert(high.end(), {{"88490", 432, 1}, {"88860x", 556, 1}});
@@ -301,7 +350,8 @@ TEST(CrpsAddresses, SubBlockAndBlockFollowTheInstance) {
   EXPECT_EQ(std::make_pair(subBlock, block), std::make_pair(16u, 8u));
   ASSERT_TRUE(CrpsExpansionMapMem::getSchanAddress(26, 31, address, subBlock, block, 3, 1023, 31));
   EXPECT_EQ(std::make_pair(subBlock, block), std::make_pair(0u, 873u));
-  ASSERT_TRUE(CrpsIfAdapterEgqEppCtrCfg::getSchanAddress(17, 31, address, subBlock, block, 2, 0, 0));
+  ASSERT_TRUE(
+      CrpsIfAdapterEgqEppCtrCfg::getSchanAddress(17, 31, address, subBlock, block, 2, 0, 0));
   EXPECT_EQ(std::make_pair(subBlock, block), std::make_pair(0u, 617u));
 }
 

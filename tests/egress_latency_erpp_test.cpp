@@ -203,15 +203,15 @@ TEST(LatencyProfile, Checks) {
   EXPECT_ASSERTION(l2_32.getAllFields(), "len_ >= 40");
 
   U32 a = 0, s = 0, b = 0;
-  EXPECT_ASSERTION(EtppcLatencyProfileTable::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s,
-                                                             b, 0, 16, 0),
-                   "tableEntry < 16");
-  EXPECT_ASSERTION(EtppcLatencyProfileTable::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s,
-                                                             b, 0, 0, 1),
-                   "arrayIndex == 0");
-  EXPECT_ASSERTION(EtppcLatencyProfileTable::getSchanAddress(num(ChipType::BCM88860_A0), 0, a, s,
-                                                             b, 0, 0, 1),
-                   "arrayIndex < 1");
+  EXPECT_ASSERTION(
+      EtppcLatencyProfileTable::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s, b, 0, 16, 0),
+      "tableEntry < 16");
+  EXPECT_ASSERTION(
+      EtppcLatencyProfileTable::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s, b, 0, 0, 1),
+      "arrayIndex == 0");
+  EXPECT_ASSERTION(
+      EtppcLatencyProfileTable::getSchanAddress(num(ChipType::BCM88860_A0), 0, a, s, b, 0, 0, 1),
+      "arrayIndex < 1");
 }
 
 // ---------------------------------------------------------------------------
@@ -266,15 +266,15 @@ TEST(PerPort, GeometryAndTheOneField) {
 
 TEST(PerPort, Checks) {
   U32 a = 0, s = 0, b = 0;
-  EXPECT_ASSERTION(EtppaPerPortTable::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s, b, 0,
-                                                      256, 0),
-                   "tableEntry < 256");
-  EXPECT_ASSERTION(EtppaPerPortTable::getSchanAddress(num(ChipType::BCM88800_A0), 0, a, s, b, 0,
-                                                      1024, 0),
-                   "tableEntry < 1024");
-  EXPECT_ASSERTION(EtppaPerPortTable::getSchanAddress(num(ChipType::BCM88850_A0), 0, a, s, b, 2, 0,
-                                                      0),
-                   "hasIdentifier( chipType, variant, identifier )");
+  EXPECT_ASSERTION(
+      EtppaPerPortTable::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s, b, 0, 256, 0),
+      "tableEntry < 256");
+  EXPECT_ASSERTION(
+      EtppaPerPortTable::getSchanAddress(num(ChipType::BCM88800_A0), 0, a, s, b, 0, 1024, 0),
+      "tableEntry < 1024");
+  EXPECT_ASSERTION(
+      EtppaPerPortTable::getSchanAddress(num(ChipType::BCM88850_A0), 0, a, s, b, 2, 0, 0),
+      "hasIdentifier( chipType, variant, identifier )");
   std::vector<U8> buf(12, 0);
   EtppaPerPortTable nine(ChipType::BCM88690_B0, buf.data(), 9, false, 0);
   EXPECT_ASSERTION(nine.portLatencyFlowIdProfileIs(15), "len_ >= 10");
@@ -348,9 +348,9 @@ TEST(ErppTables, GeometryOnEveryChipAndVariant) {
 
     const U32 btr = schan<ErppDeviceCfgBtr>(chip, 0, last, 0).address;
     EXPECT_EQ(schan<ErppCounterReg>(chip, 0, last, 0).address, btr + 6);
-    EXPECT_EQ(btr, chip == ChipType::BCM88690_B0                               ? 1361u
+    EXPECT_EQ(btr, chip == ChipType::BCM88690_B0                                    ? 1361u
                    : chip == ChipType::BCM88850_A0 || chip == ChipType::BCM88859_A2 ? 1371u
-                                                                              : 1435u);
+                                                                                    : 1435u);
   }
   // The same address is another memory on another chip.
   EXPECT_EQ(schan<ErppCounterTypeTable>(ChipType::BCM88690_B0, 1, 0, 0).address,
@@ -383,9 +383,9 @@ TEST(ErppTables, CounterTypeReachesOnlyItsOwnTable) {
   EXPECT_MESSAGE_ASSERTION(t0.counterTypeIs(2, 0), "Array index 2 out of range for counterTypeIs",
                            "0");
   U32 a = 0, s = 0, b = 0;
-  EXPECT_ASSERTION(ErppCounterTypeTable::getSchanAddress(num(ChipType::BCM88850_A0), 1, a, s, b, 0,
-                                                         8, 0),
-                   "tableEntry < 8");
+  EXPECT_ASSERTION(
+      ErppCounterTypeTable::getSchanAddress(num(ChipType::BCM88850_A0), 1, a, s, b, 0, 8, 0),
+      "tableEntry < 8");
   EXPECT_ASSERTION(ErppCounterTypeTable::entries(num(ChipType::BCM88850_A0), 2), "0");
 }
 

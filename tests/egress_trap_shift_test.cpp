@@ -56,18 +56,28 @@ const ShiftRow kRows[] = {
     {"EtppbCfgTrapDropInternalShift", "cfgTrapDropInternalShift", 8, {310, 308, kNone}},
     {"EtppbCfgTrapEcnInternalShift", "cfgTrapEcnInternalShift", 9, {312, 310, 279}},
     {"EtppbCfgTrapMcInternalShift", "cfgTrapMcInternalShift", 10, {309, 307, kNone}},
-    {"EtppbCfgTrapNifPortRateBinInternalShift", "cfgTrapNifPortRateBinInternalShift", 11,
+    {"EtppbCfgTrapNifPortRateBinInternalShift",
+     "cfgTrapNifPortRateBinInternalShift",
+     11,
      {kNone, 409, kNone}},
     {"EtppbCfgTrapPortInternalShift", "cfgTrapPortInternalShift", 22, {311, 309, kNone}},
-    {"EtppbCfgTrapPpDropReasonInternalShift", "cfgTrapPpDropReasonInternalShift", 23,
+    {"EtppbCfgTrapPpDropReasonInternalShift",
+     "cfgTrapPpDropReasonInternalShift",
+     23,
      {kNone, kNone, 282}},
-    {"EtppbCfgTrapPpPortInternalShift", "cfgTrapPpPortMetadataVariableInternalShift", 24,
+    {"EtppbCfgTrapPpPortInternalShift",
+     "cfgTrapPpPortMetadataVariableInternalShift",
+     24,
      {kNone, kNone, 280}},
     {"EtppbCfgTrapTaimInternalShift", "cfgTrapTaimInternalShift", 25, {kNone, kNone, 278}},
     {"EtppbCfgTrapTcInternalShift", "cfgTrapTcInternalShift", 26, {313, 311, 277}},
-    {"EtppbCfgTrapTcMapProfileInternalShift", "cfgTrapTcMapProfileInternalShift", 27,
+    {"EtppbCfgTrapTcMapProfileInternalShift",
+     "cfgTrapTcMapProfileInternalShift",
+     27,
      {kNone, kNone, 293}},
-    {"EtppbCfgTrapTmPortInternalShift", "cfgTrapTmPortMetadataVariableInternalShift", 28,
+    {"EtppbCfgTrapTmPortInternalShift",
+     "cfgTrapTmPortMetadataVariableInternalShift",
+     28,
      {kNone, kNone, 281}},
 };
 
@@ -131,9 +141,9 @@ TEST(TrapShiftFamily, EveryClassOnEveryChipByNameAndId) {
 TEST(TrapShiftFamily, AbsentChipGivesNoAddressAndTouchesNothing) {
   U32 a = 7, s = 8, b = 9;
   EXPECT_FALSE(EtppbCfgTrapDropInternalShift::getSchanAddress(num(ChipType::BCM88860_A0), 0, a, s,
-                                                               b, 0, 0, 0));
+                                                              b, 0, 0, 0));
   EXPECT_FALSE(EtppbCfgTrapTaimInternalShift::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s,
-                                                               b, 0, 0, 0));
+                                                              b, 0, 0, 0));
   EXPECT_FALSE(EtppbCfgTrapNifPortRateBinInternalShift::getSchanAddress(13, 0, a, s, b, 0, 0, 0));
   EXPECT_EQ(a, 7u);
   EXPECT_EQ(s, 8u);
@@ -155,12 +165,12 @@ TEST(TrapShiftFamily, BlockOfTheLastInstance) {
   EXPECT_EQ(a, 311u);
   EXPECT_EQ(s, 28u);
   EXPECT_EQ(b, 25u);
-  EXPECT_ASSERTION(EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88859_A2), 0, a,
-                                                                s, b, 1, 0, 0),
-                   "hasIdentifier( chipType, variant, identifier )");
-  EXPECT_ASSERTION(EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88859_A2), 0, a,
-                                                                s, b, 0, 1, 0),
-                   "tableEntry == 0");
+  EXPECT_ASSERTION(
+      EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88859_A2), 0, a, s, b, 1, 0, 0),
+      "hasIdentifier( chipType, variant, identifier )");
+  EXPECT_ASSERTION(
+      EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88859_A2), 0, a, s, b, 0, 1, 0),
+      "tableEntry == 0");
 }
 
 // A write changes exactly bits 0-4, whatever the buffer held, on every chip.
@@ -200,15 +210,13 @@ TEST(TrapShiftFamily, RenamedFieldsAnswerToTheirOwnNames) {
 
 TEST(TrapShiftFamily, ConstructionOnAnAbsentPairNamesTheClass) {
   U8 buf[4] = {};
-  EXPECT_MESSAGE_ASSERTION(
-      EtppbCfgTrapDropInternalShift(ChipType::BCM88860_A0, buf, 4, false, 0),
-      " not in metainfo for EtppbCfgTrapDropInternalShift!", "0");
+  EXPECT_MESSAGE_ASSERTION(EtppbCfgTrapDropInternalShift(ChipType::BCM88860_A0, buf, 4, false, 0),
+                           " not in metainfo for EtppbCfgTrapDropInternalShift!", "0");
   EXPECT_MESSAGE_ASSERTION(
       Hardware::stringObj("EtppbCfgTrapTaimInternalShift", ChipType::BCM88690_B0, 0),
       " not in metainfo for EtppbCfgTrapTaimInternalShift!", "0");
-  EXPECT_MESSAGE_ASSERTION(
-      EtppbCfgTrapDpInternalShift(ChipType::BCM88690_B0, buf, 4, false, 1),
-      " not in metainfo for EtppbCfgTrapDpInternalShift!", "0");
+  EXPECT_MESSAGE_ASSERTION(EtppbCfgTrapDpInternalShift(ChipType::BCM88690_B0, buf, 4, false, 1),
+                           " not in metainfo for EtppbCfgTrapDpInternalShift!", "0");
   EXPECT_ASSERTION(EtppbCfgTrapDpInternalShift::width(num(ChipType::BCM88690_B0), 1),
                    "variant == 0");
   EXPECT_ASSERTION(EtppbCfgTrapMcInternalShift::width(num(ChipType::BCM88490_A0), 0), "0");
@@ -242,7 +250,9 @@ U32 objBase(ChipType chip) {
   }
 }
 
-U8 objVariants(ChipType chip) { return groupOf(chip) == kNew ? 8 : 10; }
+U8 objVariants(ChipType chip) {
+  return groupOf(chip) == kNew ? 8 : 10;
+}
 
 }  // namespace
 
@@ -278,7 +288,8 @@ TEST(TrapObjShift, VariantsAddressesAndTheOneValidField) {
   }
   EXPECT_FALSE(EtppbCfgTrapObjShift::chipTypeVariantValid(static_cast<ChipType>(13), 0));
   U32 a = 5, s = 5, b = 5;
-  EXPECT_FALSE(EtppbCfgTrapObjShift::getSchanAddress(num(ChipType::BCM88490_A0), 8, a, s, b, 0, 0, 0));
+  EXPECT_FALSE(
+      EtppbCfgTrapObjShift::getSchanAddress(num(ChipType::BCM88490_A0), 8, a, s, b, 0, 0, 0));
   EXPECT_EQ(a + s + b, 15u);
 }
 

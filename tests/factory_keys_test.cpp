@@ -35,11 +35,13 @@ const Key kKeys[] = {
     {"CrpsEngineMmuxEn", false, "all", 8},
     {"CrpsEngineScanEnable", false, "all", 8},
     {"CrpsEnginesDmaSelect", false, "all", 8},
-    {"CrpsExpansionMapMem", true, "88690, 88490 v0-21; 88800, 88850, 88859 v0-33; 88480x v0-13; 88860x v0-31", 4},
+    {"CrpsExpansionMapMem", true,
+     "88690, 88490 v0-21; 88800, 88850, 88859 v0-33; 88480x v0-13; 88860x v0-31", 4},
     {"CrpsIfAdapterCfg", false, "all", 20},
     {"CrpsIfAdapterCgmIrppCfg", false, "all v0-9", 96},
     {"CrpsIfAdapterCgmTmCfg", false, "88490, 88860x", 8},
-    {"CrpsIfAdapterEgqEppCtrCfg", false, "88690, 88800, 88850, 88859, 88480x v0-23; 88490, 88860x v0-31", 76},
+    {"CrpsIfAdapterEgqEppCtrCfg", false,
+     "88690, 88800, 88850, 88859, 88480x v0-23; 88490, 88860x v0-31", 76},
     {"CrpsModulesrcCfg", false, "all", 16},
     {"CrpsReservedSpare2", false, "88850, 88859", 4},
     {"CrpsTypeMapMem", true, "all", 4},
@@ -55,7 +57,8 @@ const Key kKeys[] = {
     {"EtppbCfgTrapEcnInternalShift", false, "all", 4},
     {"EtppbCfgTrapMcInternalShift", false, "88690, 88800, 88850, 88859, 88480x", 4},
     {"EtppbCfgTrapNifPortRateBinInternalShift", false, "88850, 88859", 4},
-    {"EtppbCfgTrapObjShift", false, "88690, 88800, 88850, 88859, 88480x v0-9; 88490, 88860x v0-7", 4},
+    {"EtppbCfgTrapObjShift", false, "88690, 88800, 88850, 88859, 88480x v0-9; 88490, 88860x v0-7",
+     4},
     {"EtppbCfgTrapPortInternalShift", false, "88690, 88800, 88850, 88859, 88480x", 4},
     {"EtppbCfgTrapPpDropReasonInternalShift", false, "88490, 88860x", 4},
     {"EtppbCfgTrapPpPortInternalShift", false, "88490, 88860x", 4},
@@ -88,8 +91,13 @@ const Key kKeys[] = {
 };
 
 const std::map<std::string, std::vector<int>> kLabels = {
-    {"88690", {10}}, {"88800", {11}}, {"88850", {12}}, {"88859", {14}},
-    {"88480x", {15, 16}}, {"88490", {25}}, {"88860x", {17, 20, 21, 23, 24, 26}},
+    {"88690", {10}},
+    {"88800", {11}},
+    {"88850", {12}},
+    {"88859", {14}},
+    {"88480x", {15, 16}},
+    {"88490", {25}},
+    {"88860x", {17, 20, 21, 23, 24, 26}},
     {"all", {10, 11, 12, 14, 15, 16, 17, 20, 21, 23, 24, 25, 26}}};
 
 // "88690, 88850 v0-1; 88800 v1" -> {(10,0), (10,1), (12,0), (12,1), (11,1)}
@@ -128,7 +136,8 @@ TEST(FactoryKeys, EveryKeyAgainstEveryChipAndVariant) {
     unsigned wrong = 0;
     for (int chip = 0; chip < 256; ++chip)
       for (int variant = 0; variant < 256; ++variant)
-        if (Hardware::chipTypeVariantValid(k.name, static_cast<ChipType>(chip), static_cast<U8>(variant)) !=
+        if (Hardware::chipTypeVariantValid(k.name, static_cast<ChipType>(chip),
+                                           static_cast<U8>(variant)) !=
             (pairs.count({chip, variant}) != 0))
           ++wrong;
     EXPECT_EQ(0u, wrong) << k.name;

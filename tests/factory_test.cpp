@@ -19,8 +19,12 @@ void* operator new(std::size_t n) {
   if (void* p = std::malloc(n ? n : 1)) return p;
   throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
 
 using namespace Hardware;
 
@@ -79,8 +83,9 @@ TEST(Factory, NamesAreExact) {
 }
 
 TEST(Factory, PairsTheClassDoesNotKnow) {
-  EXPECT_MESSAGE_ASSERTION(stringObj("CrpsModulesrcCfg", ChipType::BCM88690_B0, 1),
-                           " chipType: BCM88690_B0 variant: 1 not in metainfo for CrpsModulesrcCfg!", "0");
+  EXPECT_MESSAGE_ASSERTION(
+      stringObj("CrpsModulesrcCfg", ChipType::BCM88690_B0, 1),
+      " chipType: BCM88690_B0 variant: 1 not in metainfo for CrpsModulesrcCfg!", "0");
   EXPECT_MESSAGE_ASSERTION(stringObj("CrpsReservedSpare2", ChipType::BCM88860_A0, 0),
                            " not in metainfo for CrpsReservedSpare2!", "0");
   EXPECT_FALSE(Hardware::chipTypeVariantValid("CrpsReservedSpare2", ChipType::BCM88860_A0, 0));
@@ -118,7 +123,8 @@ TEST(Factory, ClassListNamesEveryKeyInAsciiOrder) {
   EXPECT_EQ(nullptr, accessorClassName(accessorClassCount()));
   for (const auto& k : kKeys) {
     bool found = false;
-    for (U32 i = 0; i < accessorClassCount(); ++i) found |= std::string(accessorClassName(i)) == k.name;
+    for (U32 i = 0; i < accessorClassCount(); ++i)
+      found |= std::string(accessorClassName(i)) == k.name;
     EXPECT_TRUE(found) << k.name;
   }
 }

@@ -27,7 +27,8 @@ TEST(FieldIds, ConstantsOfTheCatalogue) {
 }
 
 TEST(FieldIds, ElevenHundredFortyFourIdentifiersWithTheListedGaps) {
-  std::set<U32> gaps = {0, 1, 2, 3, 4, 118, 276, 291, 302, 318, 326, 334, 413, 419, 1179, 1186, 1189, 1197};
+  std::set<U32> gaps = {0,   1,   2,   3,   4,   118,  276,  291,  302,
+                        318, 326, 334, 413, 419, 1179, 1186, 1189, 1197};
   for (U32 r : {74u, 75u, 104u, 105u, 946u, 947u}) gaps.insert(r);
   for (U32 r = 263; r <= 274; ++r) gaps.insert(r);
   for (U32 r = 421; r <= 423; ++r) gaps.insert(r);

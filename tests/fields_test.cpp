@@ -114,7 +114,8 @@ TEST(VectorFields, ExamplesOfTheRegisterSheet) {
   EXPECT_EQ(1u, CrpsEngineInitRequest::width(10, 0));
   EXPECT_EQ(2u, CrpsEngineInitRequest::width(11, 0));
   const Raw8192 m10 = CrpsEngineInitRequest::allFieldsMask(10, 0);
-  EXPECT_EQ(std::vector<U8>({0xff, 0xff, 0x3f, 0, 0}), std::vector<U8>(m10.begin(), m10.begin() + 5));
+  EXPECT_EQ(std::vector<U8>({0xff, 0xff, 0x3f, 0, 0}),
+            std::vector<U8>(m10.begin(), m10.begin() + 5));
   const Raw8192 m11 = CrpsEngineInitRequest::allFieldsMask(11, 0);
   EXPECT_EQ(std::vector<U8>({0xff, 0xff, 0xff, 0xff, 0x03, 0}),
             std::vector<U8>(m11.begin(), m11.begin() + 6));
@@ -220,15 +221,15 @@ TEST(ModuleSource, AbsentFieldsStopInTypedAccessorsWithTheirTexts) {
   EXPECT_ASSERTION(l2.modulesrcNGroupSize(), "0");
   EXPECT_ASSERTION(l2.modulesrcNGroupSizeIs(1), "0");
   EXPECT_ASSERTION(l2.modulesrcNGroupSizeOffset(), "0");
-  EXPECT_MESSAGE_ASSERTION(l2.modulesrcNGroupSizeLen(),
-                           " chipType: BCM88490_A0 variant: 0 does not have field MODULESRC_N_GROUP_SIZE",
-                           "0");
+  EXPECT_MESSAGE_ASSERTION(
+      l2.modulesrcNGroupSizeLen(),
+      " chipType: BCM88490_A0 variant: 0 does not have field MODULESRC_N_GROUP_SIZE", "0");
   CrpsModulesrcCfg::WithStorage l1(ChipType::BCM88690_B0, 0);
   EXPECT_FALSE(l1.isModulesrcNGroupSize1Valid());
-  EXPECT_MESSAGE_ASSERTION(
-      l1.modulesrcNAddressBaseNormalizeForRecordLen(),
-      " chipType: BCM88690_B0 variant: 0 does not have field MODULESRC_N_ADDRESS_BASE_NORMALIZE_FOR_RECORD",
-      "0");
+  EXPECT_MESSAGE_ASSERTION(l1.modulesrcNAddressBaseNormalizeForRecordLen(),
+                           " chipType: BCM88690_B0 variant: 0 does not have field "
+                           "MODULESRC_N_ADDRESS_BASE_NORMALIZE_FOR_RECORD",
+                           "0");
   EXPECT_EQ(11u, l1.modulesrcNTypeAdmnMapOffset());
   EXPECT_EQ(17u, l2.modulesrcNTypeAdmnMapOffset());
   CrpsModulesrcCfg::WithStorage l860(ChipType::BCM88860_A0, 0);
@@ -264,9 +265,10 @@ TEST(ById, ForeignIdentifiersAndNames) {
   EXPECT_ASSERTION(r.fieldOffset(119), "false");
   EXPECT_ASSERTION(r.setField64(119, 0), "false");
   EXPECT_MESSAGE_ASSERTION(r.stringField("EngineInitRequest", 0), "fieldName not found.", "false");
-  EXPECT_MESSAGE_ASSERTION(r.stringField("engineInitRequestIs", 0), "fieldName not found.", "false");
-  EXPECT_MESSAGE_ASSERTION(r.stringFieldIs("engineInitReques", 0), "fieldName not found or is const.",
+  EXPECT_MESSAGE_ASSERTION(r.stringField("engineInitRequestIs", 0), "fieldName not found.",
                            "false");
+  EXPECT_MESSAGE_ASSERTION(r.stringFieldIs("engineInitReques", 0),
+                           "fieldName not found or is const.", "false");
   EXPECT_MESSAGE_ASSERTION(r.stringFieldIs("ENGINE_INIT_REQUEST", 0),
                            "fieldName not found or is const.", "false");
   // stringField ignores the word for fields up to 64 bits.

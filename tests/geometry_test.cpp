@@ -15,10 +15,11 @@ struct VectorRow {
 };
 
 std::vector<VectorRow> vectorRows() {
-  std::vector<VectorRow> rows = {
-      {ChipType::BCM88690_B0, 1, 22, 2, 362}, {ChipType::BCM88800_A0, 2, 34, 1, 455},
-      {ChipType::BCM88850_A0, 2, 34, 2, 450}, {ChipType::BCM88859_A2, 2, 34, 1, 450},
-      {ChipType::BCM88490_A0, 1, 22, 1, 412}};
+  std::vector<VectorRow> rows = {{ChipType::BCM88690_B0, 1, 22, 2, 362},
+                                 {ChipType::BCM88800_A0, 2, 34, 1, 455},
+                                 {ChipType::BCM88850_A0, 2, 34, 2, 450},
+                                 {ChipType::BCM88859_A2, 2, 34, 1, 450},
+                                 {ChipType::BCM88490_A0, 1, 22, 1, 412}};
   for (ChipType c : tc::chips88480x()) rows.push_back({c, 1, 14, 1, 350});
   for (ChipType c : tc::chips88860x()) rows.push_back({c, 1, 32, 4, 536});
   return rows;
@@ -97,7 +98,8 @@ TEST(Geometry, VectorRegistersOnEveryChipAndInstance) {
 TEST(Geometry, ReservedSpareExistsOnTwoChipsOnly) {
   for (ChipType c : {ChipType::BCM88850_A0, ChipType::BCM88859_A2}) {
     U32 address = 0, subBlock = 0, block = 0;
-    ASSERT_TRUE(CrpsReservedSpare2::getSchanAddress(tc::num(c), 0, address, subBlock, block, 0, 0, 0));
+    ASSERT_TRUE(
+        CrpsReservedSpare2::getSchanAddress(tc::num(c), 0, address, subBlock, block, 0, 0, 0));
     EXPECT_EQ(146u, address);
     EXPECT_EQ(1u, CrpsReservedSpare2::width(tc::num(c), 0));
   }
@@ -114,8 +116,10 @@ TEST(Geometry, ModuleSourceConfigStepsByTwoPerEngine) {
     U32 engines;
     U32 base;
   };
-  std::vector<Row> rows = {{ChipType::BCM88690_B0, 3, 22, 314}, {ChipType::BCM88800_A0, 3, 34, 383},
-                           {ChipType::BCM88850_A0, 3, 34, 378}, {ChipType::BCM88859_A2, 3, 34, 378},
+  std::vector<Row> rows = {{ChipType::BCM88690_B0, 3, 22, 314},
+                           {ChipType::BCM88800_A0, 3, 34, 383},
+                           {ChipType::BCM88850_A0, 3, 34, 378},
+                           {ChipType::BCM88859_A2, 3, 34, 378},
                            {ChipType::BCM88490_A0, 4, 22, 364}};
   for (ChipType c : tc::chips88480x()) rows.push_back({c, 3, 14, 318});
   for (ChipType c : tc::chips88860x()) rows.push_back({c, 4, 32, 468});
@@ -151,7 +155,8 @@ TEST(Geometry, ModuleSourceConfigStepsByTwoPerEngine) {
 TEST(GetSchanAddress, UnknownPairGivesFalseAndLeavesOutputsAlone) {
   for (auto [chip, variant] : std::vector<std::pair<U32, U8>>{{10, 1}, {13, 0}, {266, 0}, {0, 0}}) {
     U32 address = 11, subBlock = 22, block = 33;
-    EXPECT_FALSE(CrpsEngineInitRequest::getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
+    EXPECT_FALSE(
+        CrpsEngineInitRequest::getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
     EXPECT_FALSE(CrpsTypeMapMem::getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
     EXPECT_EQ(11u, address);
     EXPECT_EQ(22u, subBlock);
@@ -161,8 +166,10 @@ TEST(GetSchanAddress, UnknownPairGivesFalseAndLeavesOutputsAlone) {
 
 TEST(GetSchanAddress, ChecksTableEntryThenArrayIndexThenIdentifier) {
   U32 a = 0, s = 0, b = 0;
-  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 9, 1, 0), "tableEntry == 0");
-  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 9, 0, 1), "arrayIndex < 1");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 9, 1, 0),
+                   "tableEntry == 0");
+  EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 9, 0, 1),
+                   "arrayIndex < 1");
   EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(10, 0, a, s, b, 2, 0, 0),
                    "hasIdentifier( chipType, variant, identifier )");
   EXPECT_ASSERTION(CrpsEngineInitRequest::getSchanAddress(17, 0, a, s, b, 4, 0, 0),
@@ -204,10 +211,11 @@ TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
   };
   using namespace TesselCounters;
   const std::vector<Block> blocks = {
-      {"CGM", &BlockMap::CGM, 83},     {"CRPS", &BlockMap::CRPS, 105},  {"ETPPB", &BlockMap::ETPPB, 32},
-      {"ETPPC", &BlockMap::ETPPC, 33}, {"IPPA", &BlockMap::IPPA, 36},   {"IPPB", &BlockMap::IPPB, 37},
-      {"IPPC", &BlockMap::IPPC, 38},   {"IPPF", &BlockMap::IPPF, 35},   {"MCP", &BlockMap::MCP, 106},
-      {"PQP", &BlockMap::PQP, 100},
+      {"CGM", &BlockMap::CGM, 83},     {"CRPS", &BlockMap::CRPS, 105},
+      {"ETPPB", &BlockMap::ETPPB, 32}, {"ETPPC", &BlockMap::ETPPC, 33},
+      {"IPPA", &BlockMap::IPPA, 36},   {"IPPB", &BlockMap::IPPB, 37},
+      {"IPPC", &BlockMap::IPPC, 38},   {"IPPF", &BlockMap::IPPF, 35},
+      {"MCP", &BlockMap::MCP, 106},    {"PQP", &BlockMap::PQP, 100},
   };
   for (const auto& b : blocks) {
     for (ChipType c : tc::chips88860x()) {
@@ -264,7 +272,8 @@ TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
     BlockMap::NBU(17, 0, id, s, k);
     EXPECT_EQ(id < 9 ? 390 + id : 650 + id - 9, k);
   }
-  const U32 nbu88870[16] = {390, 391, 392, 393, 650, 651, 652, 653, 395, 396, 397, 398, 655, 656, 657, 658};
+  const U32 nbu88870[16] = {390, 391, 392, 393, 650, 651, 652, 653,
+                            395, 396, 397, 398, 655, 656, 657, 658};
   for (U32 id = 0; id < 16; ++id) {
     BlockMap::NBU(26, 0, id, s, k);
     EXPECT_EQ(nbu88870[id], k);

@@ -1,11 +1,11 @@
 // Ingress statistics sources seen as a caller that only knows class names:
 // geometry and addresses of every chip group, the block of every instance,
 // and field access by identifier over every field of every chip.
-#include "TestSupport.h"
-
 #include <functional>
 #include <map>
 #include <memory>
+
+#include "TestSupport.h"
 
 namespace {
 
@@ -16,8 +16,9 @@ std::vector<ChipType> operator+(std::vector<ChipType> a, const std::vector<ChipT
   a.insert(a.end(), b.begin(), b.end());
   return a;
 }
-const std::vector<ChipType> k690 = {C::BCM88690_B0}, k800 = {C::BCM88800_A0}, k850 = {C::BCM88850_A0},
-                            k859 = {C::BCM88859_A2}, k490 = {C::BCM88490_A0};
+const std::vector<ChipType> k690 = {C::BCM88690_B0}, k800 = {C::BCM88800_A0},
+                            k850 = {C::BCM88850_A0}, k859 = {C::BCM88859_A2},
+                            k490 = {C::BCM88490_A0};
 const std::vector<ChipType> kL1 = k690 + k800 + k850 + k859 + tc::chips88480x();
 const std::vector<ChipType> kL2 = k490 + tc::chips88860x();
 
@@ -53,13 +54,15 @@ const std::vector<Row>& rows() {
       {"IppfStatObjProfileAttr", k490, 506, 1, 6, 68, 0},
       {"IppfStatObjProfileAttr", tc::chips88860x(), 517, 4, 6, 68, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k690, 478, 2, 6, 67, 0},
-      {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k800 + tc::chips88480x(), 478, 1, 6, 67, 0},
+      {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k800 + tc::chips88480x(), 478, 1, 6, 67,
+       0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k850, 476, 2, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k859, 476, 1, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k490, 447, 1, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", tc::chips88860x(), 449, 4, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k690, 484, 2, 1, 10, 0},
-      {"IppbCurrentLayerStatisticsMetaDataInformationMap", k800 + tc::chips88480x(), 484, 1, 1, 10, 0},
+      {"IppbCurrentLayerStatisticsMetaDataInformationMap", k800 + tc::chips88480x(), 484, 1, 1, 10,
+       0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k850, 482, 2, 1, 10, 0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k859, 482, 1, 1, 10, 0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k490, 453, 1, 1, 10, 0},
@@ -113,11 +116,18 @@ const std::vector<Row>& rows() {
 
 // WithStorage bytes of each class: 4 x its widest entry.
 const std::map<std::string, U16> kStorage = {
-    {"IppaStatisticsInfo", 52}, {"IppfStatisticsInfo", 52}, {"IppfStatObjProfileAttr", 24},
+    {"IppaStatisticsInfo", 52},
+    {"IppfStatisticsInfo", 52},
+    {"IppfStatObjProfileAttr", 24},
     {"IppbCurrentLayerStatisticsMetaDataInstructionMap", 24},
-    {"IppbCurrentLayerStatisticsMetaDataInformationMap", 4}, {"IppcMapStatisticObject", 4},
-    {"IppcPerPortStatistics", 4}, {"FlpbContextEnablers", 8}, {"CgmIntIrppStatSettings", 24},
-    {"CgmIntTmStatSettings", 16}, {"CgmIppHeaderCompensation", 4}, {"McpEngDbBankSource", 12},
+    {"IppbCurrentLayerStatisticsMetaDataInformationMap", 4},
+    {"IppcMapStatisticObject", 4},
+    {"IppcPerPortStatistics", 4},
+    {"FlpbContextEnablers", 8},
+    {"CgmIntIrppStatSettings", 24},
+    {"CgmIntTmStatSettings", 16},
+    {"CgmIppHeaderCompensation", 4},
+    {"McpEngDbBankSource", 12},
     {"EciGpStatus0", 16}};
 
 // (subBlock, block) of an instance: the block map of the ingress blocks.
@@ -143,14 +153,21 @@ std::pair<U32, U32> blockOf(const std::string& cls, ChipType chip, U32 id) {
                                                        {"IPPF", 35}, {"CGM", 83},  {"MCP", 106}};
   const auto& cells = m.at(b);
   switch (chip) {
-    case C::BCM88690_B0: return cells[0][id];
-    case C::BCM88800_A0: return cells[1][id];
-    case C::BCM88850_A0: return cells[2][id];
-    case C::BCM88859_A2: return cells[2][0];
+    case C::BCM88690_B0:
+      return cells[0][id];
+    case C::BCM88800_A0:
+      return cells[1][id];
+    case C::BCM88850_A0:
+      return cells[2][id];
+    case C::BCM88859_A2:
+      return cells[2][0];
     case C::BCM88480_A0:
-    case C::BCM88480_B0: return cells[3][id];
-    case C::BCM88490_A0: return cells[4][id];
-    default: return {0, base88860.at(b) + 256 * id};
+    case C::BCM88480_B0:
+      return cells[3][id];
+    case C::BCM88490_A0:
+      return cells[4][id];
+    default:
+      return {0, base88860.at(b) + 256 * id};
   }
 }
 
@@ -186,9 +203,11 @@ TEST(IngressGeometry, EveryChipGroupThroughTheFactory) {
       for (U32 id : {0u, r.instances - 1u}) {
         for (U32 entry : {0u, lastEntry}) {
           U32 address = 0, subBlock = 0, block = 0;
-          ASSERT_TRUE(obj->getSchanAddress(address, subBlock, block, static_cast<U16>(id), entry, 0));
+          ASSERT_TRUE(
+              obj->getSchanAddress(address, subBlock, block, static_cast<U16>(id), entry, 0));
           EXPECT_EQ(address, r.base + entry);
-          EXPECT_EQ(std::make_pair(subBlock, block), blockOf(r.cls, chip, id)) << "identifier " << id;
+          EXPECT_EQ(std::make_pair(subBlock, block), blockOf(r.cls, chip, id))
+              << "identifier " << id;
         }
       }
     }
@@ -198,15 +217,18 @@ TEST(IngressGeometry, EveryChipGroupThroughTheFactory) {
   for (const auto& [cls, chips] : covered) {
     EXPECT_EQ(chips.size(), tc::allChips().size()) << cls;
     for (int foreign : {0, 9, 13, 18, 19, 22, 27, 255})
-      EXPECT_FALSE(Hardware::chipTypeVariantValid(cls.c_str(), static_cast<ChipType>(foreign), 0)) << cls;
+      EXPECT_FALSE(Hardware::chipTypeVariantValid(cls.c_str(), static_cast<ChipType>(foreign), 0))
+          << cls;
   }
 }
 
 TEST(IngressGeometry, BlockMapEdgeCases) {
   U32 a = 0, s = 99, b = 99;
-  ASSERT_TRUE(Hardware::IppfStatisticsInfo::getSchanAddress(tc::num(C::BCM88690_B0), 0, a, s, b, 1, 0, 0));
+  ASSERT_TRUE(
+      Hardware::IppfStatisticsInfo::getSchanAddress(tc::num(C::BCM88690_B0), 0, a, s, b, 1, 0, 0));
   EXPECT_EQ(std::make_pair(s, b), std::make_pair(0u, 10u));
-  ASSERT_TRUE(Hardware::CgmIppHeaderCompensation::getSchanAddress(tc::num(C::BCM88897_C0), 0, a, s, b, 3, 0, 0));
+  ASSERT_TRUE(Hardware::CgmIppHeaderCompensation::getSchanAddress(tc::num(C::BCM88897_C0), 0, a, s,
+                                                                  b, 3, 0, 0));
   EXPECT_EQ(std::make_pair(s, b), std::make_pair(0u, 851u));
   for (ChipType chip : tc::allChips()) {
     s = b = 99;
@@ -215,7 +237,8 @@ TEST(IngressGeometry, BlockMapEdgeCases) {
   }
   // A pair the class doesn't know answers false and leaves the out-parameters alone.
   a = s = b = 7;
-  EXPECT_FALSE(Hardware::McpEngDbBankSource::getSchanAddress(tc::num(C::BCM88690_B0), 1, a, s, b, 0, 0, 0));
+  EXPECT_FALSE(
+      Hardware::McpEngDbBankSource::getSchanAddress(tc::num(C::BCM88690_B0), 1, a, s, b, 0, 0, 0));
   EXPECT_FALSE(Hardware::IppcPerPortStatistics::getSchanAddress(13, 0, a, s, b, 0, 0, 0));
   EXPECT_EQ(a + s + b, 21u);
 }
@@ -225,15 +248,17 @@ TEST(IngressGeometryDeath, AddressChecks) {
   U32 a, s, b;
   EXPECT_ASSERTION(ippa.getSchanAddress(a, s, b, 4, 1, 0), "tableEntry == 0");
   EXPECT_ASSERTION(ippa.getSchanAddress(a, s, b, 0, 0, 1), "arrayIndex < 1");
-  EXPECT_ASSERTION(ippa.getSchanAddress(a, s, b, 4, 0, 0), "hasIdentifier( chipType, variant, identifier )");
+  EXPECT_ASSERTION(ippa.getSchanAddress(a, s, b, 4, 0, 0),
+                   "hasIdentifier( chipType, variant, identifier )");
   EXPECT_ASSERTION(ippa.entries(), "false && \"entries invalid for this class\"");
   Hardware::FlpbContextEnablers::WithStorage flpb(C::BCM88690_B0, 0);
   EXPECT_ASSERTION(flpb.getSchanAddress(a, s, b, 0, 64, 0), "tableEntry < 64");
   EXPECT_ASSERTION(flpb.maxIdentifier(), "false && \"maxIdentifier invalid for this class\"");
   EXPECT_ASSERTION(Hardware::EciGpStatus0::width(tc::num(C::BCM88690_B0), 1), "variant == 0");
   EXPECT_ASSERTION(Hardware::EciGpStatus0::width(13, 0), "0");
-  EXPECT_MESSAGE_ASSERTION(Hardware::stringObj("McpEngDbBankSource", C::BCM88690_B0, 1),
-                           " chipType: BCM88690_B0 variant: 1 not in metainfo for McpEngDbBankSource!", "0");
+  EXPECT_MESSAGE_ASSERTION(
+      Hardware::stringObj("McpEngDbBankSource", C::BCM88690_B0, 1),
+      " chipType: BCM88690_B0 variant: 1 not in metainfo for McpEngDbBankSource!", "0");
   EXPECT_MESSAGE_ASSERTION(Hardware::stringObj("ippaStatisticsInfo", C::BCM88690_B0, 0),
                            "invalid name given: ippaStatisticsInfo", "objMapIter != objMap.end()");
 }
@@ -291,9 +316,11 @@ TEST(IngressFieldsById, IdentifiersFollowTextOrder) {
   // Position by identifier: element N of the table lies at 6*N (Uc) and 6*N+3 (Mc).
   Hardware::IppfStatisticsInfo::WithStorage ippf(C::BCM88860_A0, 0);
   Hardware::IppaStatisticsInfo::WithStorage ippa(C::BCM88860_A0, 0);
-  const std::vector<std::pair<U32, U16>> ippfIds = {
-      {F::STAT_METADATA_1_MC, 9}, {F::STAT_METADATA_10_MC, 63}, {F::STAT_METADATA_10_UC, 60},
-      {F::STAT_METADATA_63_UC, 378}, {F::STAT_METADATA_9_MC, 57}};
+  const std::vector<std::pair<U32, U16>> ippfIds = {{F::STAT_METADATA_1_MC, 9},
+                                                    {F::STAT_METADATA_10_MC, 63},
+                                                    {F::STAT_METADATA_10_UC, 60},
+                                                    {F::STAT_METADATA_63_UC, 378},
+                                                    {F::STAT_METADATA_9_MC, 57}};
   for (auto [id, off] : ippfIds) {
     EXPECT_EQ(ippf.fieldOffset(id), off) << id;
     if (off < 192) {

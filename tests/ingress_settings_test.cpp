@@ -1,8 +1,8 @@
 // Mapping memories, CGM settings, bank sources and timestamps: packed layouts
 // that move with chip parameters, per-chip value limits and memory geometry.
-#include "TestSupport.h"
-
 #include <algorithm>
+
+#include "TestSupport.h"
 
 namespace {
 
@@ -17,16 +17,26 @@ using MapObj = Hardware::IppcMapStatisticObject;
 using PerPort = Hardware::IppcPerPortStatistics;
 using Flpb = Hardware::FlpbContextEnablers;
 
-bool isL2(ChipType c) { return c == C::BCM88490_A0 || c >= C::BCM88860_A0; }
+bool isL2(ChipType c) {
+  return c == C::BCM88490_A0 || c >= C::BCM88860_A0;
+}
 
 // Width of the queue numbers of the TM settings.
 unsigned qOf(ChipType c) {
   switch (c) {
-    case C::BCM88690_B0: return 16;
-    case C::BCM88800_A0: return 17;
-    case C::BCM88850_A0: case C::BCM88859_A2: return 18;
-    case C::BCM88480_A0: case C::BCM88480_B0: case C::BCM88490_A0: return 15;
-    default: return 16;
+    case C::BCM88690_B0:
+      return 16;
+    case C::BCM88800_A0:
+      return 17;
+    case C::BCM88850_A0:
+    case C::BCM88859_A2:
+      return 18;
+    case C::BCM88480_A0:
+    case C::BCM88480_B0:
+    case C::BCM88490_A0:
+      return 15;
+    default:
+      return 16;
   }
 }
 
@@ -100,9 +110,12 @@ TEST(CgmSettings, FilterMaskIndexedAccessorAndCutValues) {
 
 TEST(CgmSettingsDeath, Checks) {
   Irpp::WithStorage r(C::BCM88860_A0, 0);
-  EXPECT_MESSAGE_ASSERTION(r.intIrppStatFilterMask(10), "Array index 10 out of range for intIrppStatFilterMask", "0");
-  EXPECT_MESSAGE_ASSERTION(r.intIrppStatFilterMaskIs(10, 0), "Array index 10 out of range for intIrppStatFilterMaskIs", "0");
-  EXPECT_MESSAGE_ASSERTION(r.intIrppStatHdrCmpMask(2), "Array index 2 out of range for intIrppStatHdrCmpMask", "0");
+  EXPECT_MESSAGE_ASSERTION(r.intIrppStatFilterMask(10),
+                           "Array index 10 out of range for intIrppStatFilterMask", "0");
+  EXPECT_MESSAGE_ASSERTION(r.intIrppStatFilterMaskIs(10, 0),
+                           "Array index 10 out of range for intIrppStatFilterMaskIs", "0");
+  EXPECT_MESSAGE_ASSERTION(r.intIrppStatHdrCmpMask(2),
+                           "Array index 2 out of range for intIrppStatHdrCmpMask", "0");
   EXPECT_ASSERTION(r.intIrppStatHdrCmpMaskIs(0, 32), "value <= 0x1f");
   EXPECT_ASSERTION(r.intIrppStatMcOnceIs(0, 2), "value <= 0x1");
   for (ChipType chip : {C::BCM88480_A0, C::BCM88490_A0}) {
@@ -113,9 +126,13 @@ TEST(CgmSettingsDeath, Checks) {
   EXPECT_ASSERTION(t800.intTmStatQnumLowIs(0, 0x20000), "value <= 0x1ffff");
   EXPECT_ASSERTION(t850.intTmStatQnumHighIs(1, 0x40000), "value <= 0x3ffff");
   EXPECT_ASSERTION(t850.intTmStatPtrShiftIs(1, 4), "value <= 0x3");
-  EXPECT_MESSAGE_ASSERTION(t850.intTmStatQnumLow(2), "Array index 2 out of range for intTmStatQnumLow", "0");
+  EXPECT_MESSAGE_ASSERTION(t850.intTmStatQnumLow(2),
+                           "Array index 2 out of range for intTmStatQnumLow", "0");
   std::vector<U8> buf(24, 0);
-  struct Len { ChipType chip; U16 need; };
+  struct Len {
+    ChipType chip;
+    U16 need;
+  };
   for (Len l : {Len{C::BCM88690_B0, 12}, Len{C::BCM88800_A0, 12}, Len{C::BCM88850_A0, 13},
                 Len{C::BCM88480_B0, 11}, Len{C::BCM88490_A0, 13}, Len{C::BCM88860_A0, 14}}) {
     Tm t(l.chip, buf.data(), l.need - 1, false, 0);
@@ -128,9 +145,14 @@ TEST(CgmSettingsDeath, Checks) {
 }
 
 TEST(HeaderCompensation, DeltaWidthAndEntriesByChip) {
-  struct Case { ChipType chip; U16 len; U32 entries; };
-  for (Case c : {Case{C::BCM88690_B0, 8, 256}, Case{C::BCM88800_A0, 8, 1024}, Case{C::BCM88480_A0, 8, 1024},
-                 Case{C::BCM88850_A0, 9, 256}, Case{C::BCM88859_A2, 9, 256}, Case{C::BCM88860_A0, 9, 256}}) {
+  struct Case {
+    ChipType chip;
+    U16 len;
+    U32 entries;
+  };
+  for (Case c :
+       {Case{C::BCM88690_B0, 8, 256}, Case{C::BCM88800_A0, 8, 1024}, Case{C::BCM88480_A0, 8, 1024},
+        Case{C::BCM88850_A0, 9, 256}, Case{C::BCM88859_A2, 9, 256}, Case{C::BCM88860_A0, 9, 256}}) {
     Hdr::WithStorage h(c.chip, 0);
     EXPECT_EQ(h.ippHeaderDeltaLen(), c.len);
     h.ippHeaderDeltaIs(0x1ff);
@@ -190,8 +212,9 @@ TEST(MappingMemories, FieldsAndSpans) {
   U32 a, s, b;
   ASSERT_TRUE(PerPort::getSchanAddress(tc::num(C::BCM88800_A0), 0, a, s, b, 0, 1023, 0));
   EXPECT_EQ(a, 10355711u);
-  for (auto [chip, addr] : {std::pair{C::BCM88800_A0, 23593023u}, std::pair{C::BCM88490_A0, 23920703u},
-                            std::pair{C::BCM88860_A0, 23789631u}}) {
+  for (auto [chip, addr] :
+       {std::pair{C::BCM88800_A0, 23593023u}, std::pair{C::BCM88490_A0, 23920703u},
+        std::pair{C::BCM88860_A0, 23789631u}}) {
     ASSERT_TRUE(Flpb::getSchanAddress(tc::num(chip), 0, a, s, b, 0, 63, 0));
     EXPECT_EQ(a, addr);
   }
@@ -227,7 +250,8 @@ TEST(MappingMemoriesDeath, Checks) {
   EXPECT_ASSERTION(m.getSchanAddress(a, s, b, 0, 32, 0), "tableEntry < 32");
   EXPECT_ASSERTION(h690.getSchanAddress(a, s, b, 0, 0, 1), "arrayIndex == 0");
   EXPECT_ASSERTION(p860.getSchanAddress(a, s, b, 0, 0, 1), "arrayIndex < 1");
-  EXPECT_ASSERTION(p860.getSchanAddress(a, s, b, 4, 0, 0), "hasIdentifier( chipType, variant, identifier )");
+  EXPECT_ASSERTION(p860.getSchanAddress(a, s, b, 4, 0, 0),
+                   "hasIdentifier( chipType, variant, identifier )");
 }
 
 // Identifier of ENG_DB_C_BANK_<n>_SOURCE: the names rise in text order, where
@@ -242,10 +266,14 @@ U32 cBankId(U32 n) {
 
 // Bank b of group B at 2+2b; bank n of group C at 2+2*B+2n, B the chip's B banks.
 TEST(BankSource, GroupsFollowTheChipsBankCounts) {
-  struct Case { ChipType chip; U32 b, c; };
-  for (Case k : {Case{C::BCM88690_B0, 0, 12}, Case{C::BCM88800_A0, 0, 36}, Case{C::BCM88850_A0, 0, 36},
-                 Case{C::BCM88859_A2, 0, 36}, Case{C::BCM88480_A0, 0, 8}, Case{C::BCM88480_B0, 0, 8},
-                 Case{C::BCM88490_A0, 5, 5}, Case{C::BCM88860_A0, 8, 8}, Case{C::BCM88870_A0, 8, 8}}) {
+  struct Case {
+    ChipType chip;
+    U32 b, c;
+  };
+  for (Case k :
+       {Case{C::BCM88690_B0, 0, 12}, Case{C::BCM88800_A0, 0, 36}, Case{C::BCM88850_A0, 0, 36},
+        Case{C::BCM88859_A2, 0, 36}, Case{C::BCM88480_A0, 0, 8}, Case{C::BCM88480_B0, 0, 8},
+        Case{C::BCM88490_A0, 5, 5}, Case{C::BCM88860_A0, 8, 8}, Case{C::BCM88870_A0, 8, 8}}) {
     SCOPED_TRACE(tc::num(k.chip));
     Mcp::WithStorage x(k.chip, 0);
     EXPECT_EQ(x.fieldCount(), 2 + k.b + k.c);
@@ -293,16 +321,23 @@ TEST(BankSourceDeath, Checks) {
   EXPECT_ASSERTION(m690.engDbBBankSource(0), "0");
   EXPECT_ASSERTION(m690.engDbBBankSourceIs(0, 1), "0");
   EXPECT_ASSERTION(m490.engDbBBankSource(5), "0");
-  EXPECT_MESSAGE_ASSERTION(m690.engDbBBankSource(8), "Array index 8 out of range for engDbBBankSource", "0");
+  EXPECT_MESSAGE_ASSERTION(m690.engDbBBankSource(8),
+                           "Array index 8 out of range for engDbBBankSource", "0");
   for (Mcp* m : {&m850, &m860})
-    EXPECT_MESSAGE_ASSERTION(m->engDbCBankSource(36), "Array index 36 out of range for engDbCBankSource", "0");
-  EXPECT_MESSAGE_ASSERTION(m490.engDbABankSourceIs(2, 0), "Array index 2 out of range for engDbABankSourceIs", "0");
-  EXPECT_MESSAGE_ASSERTION(m490.engDbCBank5SourceLen(),
-                           " chipType: BCM88490_A0 variant: 0 does not have field ENG_DB_C_BANK_5_SOURCE", "0");
+    EXPECT_MESSAGE_ASSERTION(m->engDbCBankSource(36),
+                             "Array index 36 out of range for engDbCBankSource", "0");
+  EXPECT_MESSAGE_ASSERTION(m490.engDbABankSourceIs(2, 0),
+                           "Array index 2 out of range for engDbABankSourceIs", "0");
+  EXPECT_MESSAGE_ASSERTION(
+      m490.engDbCBank5SourceLen(),
+      " chipType: BCM88490_A0 variant: 0 does not have field ENG_DB_C_BANK_5_SOURCE", "0");
   for (Mcp* m : {&m690, &m860}) EXPECT_ASSERTION(m->engDbABankSourceIs(1, 2), "value <= 0x1");
   EXPECT_ASSERTION(m850.engDbCBankSourceIs(20, 4), "value <= 0x3");
   std::vector<U8> buf(12, 0);
-  struct Len { ChipType chip; U16 need; };
+  struct Len {
+    ChipType chip;
+    U16 need;
+  };
   for (Len l : {Len{C::BCM88800_A0, 2}, Len{C::BCM88490_A0, 3}, Len{C::BCM88860_A0, 4}}) {
     Mcp m(l.chip, buf.data(), l.need - 1, false, 0);
     EXPECT_ASSERTION(m.engDbCBankSourceIs(3, 2), "len_ >= " + std::to_string(l.need));

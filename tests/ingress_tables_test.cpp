@@ -25,7 +25,8 @@ void allOnesThroughAggregate(ChipType chip, U8 elements, U8 vttExpected, unsigne
   }
   EXPECT_EQ(x.vttDefaultLifStatObjProfile(), vttExpected);
   EXPECT_EQ(x.vttDefaultTermVsiObjProfile(), vttExpected);
-  for (unsigned bit = 0; bit < 8 * buf.size(); ++bit) ASSERT_EQ(tc::bitOf(buf, bit), bit < aggregateBits) << bit;
+  for (unsigned bit = 0; bit < 8 * buf.size(); ++bit)
+    ASSERT_EQ(tc::bitOf(buf, bit), bit < aggregateBits) << bit;
   // The getter clears its whole result before copying the aggregate in.
   const Raw512 back = x.statMetaDataMap();
   for (unsigned i = 0; i < 64; ++i) EXPECT_EQ(back[i], i < aggregateBits / 8 ? 0xff : 0) << i;
@@ -57,9 +58,13 @@ TEST(StatisticsInfo, ElementAndEntryViewsShareBits) {
 }
 
 TEST(StatisticsInfo, ChipDependentGeometryOfTheTable) {
-  struct Case { ChipType chip; U16 mapLen, ippfVttOffset, ippfFieldCount, ippaWidth; };
-  for (const Case& c : {Case{C::BCM88690_B0, 192, 192, 68, 7}, Case{C::BCM88800_A0, 192, 192, 68, 7},
-                        Case{C::BCM88490_A0, 384, 384, 132, 13}, Case{C::BCM88860_A0, 384, 384, 132, 13}}) {
+  struct Case {
+    ChipType chip;
+    U16 mapLen, ippfVttOffset, ippfFieldCount, ippaWidth;
+  };
+  for (const Case& c :
+       {Case{C::BCM88690_B0, 192, 192, 68, 7}, Case{C::BCM88800_A0, 192, 192, 68, 7},
+        Case{C::BCM88490_A0, 384, 384, 132, 13}, Case{C::BCM88860_A0, 384, 384, 132, 13}}) {
     Ippa::WithStorage a(c.chip, 0);
     Ippf::WithStorage f(c.chip, 0);
     EXPECT_EQ(a.statMetaDataMapLen(), c.mapLen);
@@ -119,10 +124,13 @@ TEST(StatisticsInfoDeath, Checks) {
   EXPECT_ASSERTION(f690.metadataUcByLayerType(32), "0");
   EXPECT_ASSERTION(f690.metadataMcByLayerTypeIs(63, 1), "0");
   for (Ippf* f : {&f690, &f860})
-    EXPECT_MESSAGE_ASSERTION(f->metadataUcByLayerType(64), "Array index 64 out of range for metadataUcByLayerType", "0");
+    EXPECT_MESSAGE_ASSERTION(f->metadataUcByLayerType(64),
+                             "Array index 64 out of range for metadataUcByLayerType", "0");
   Ippa::WithStorage a860s(C::BCM88860_A0, 0);
-  EXPECT_MESSAGE_ASSERTION(a860s.metadataMcByLayerTypeIs(32, 1), "Array index 32 out of range for metadataMcByLayerTypeIs", "0");
-  EXPECT_MESSAGE_ASSERTION(a860s.metadataMcByLayerType(32), "Array index 32 out of range for metadataMcByLayerType", "0");
+  EXPECT_MESSAGE_ASSERTION(a860s.metadataMcByLayerTypeIs(32, 1),
+                           "Array index 32 out of range for metadataMcByLayerTypeIs", "0");
+  EXPECT_MESSAGE_ASSERTION(a860s.metadataMcByLayerType(32),
+                           "Array index 32 out of range for metadataMcByLayerType", "0");
 
   // An element the L1 chip lacks, through every path.
   const U32 id40 = Hardware::FieldIds::STAT_METADATA_40_UC;
@@ -137,8 +145,9 @@ TEST(StatisticsInfoDeath, Checks) {
   EXPECT_ASSERTION(f690.setField64(id40, 1), "0");
   EXPECT_ASSERTION(f690.stringField("statMetadata40Uc", 0), "0");
   EXPECT_ASSERTION(f690.stringFieldIs("statMetadata40Uc", 1), "0");
-  EXPECT_MESSAGE_ASSERTION(f690.statMetadata40UcLen(),
-                           " chipType: BCM88690_B0 variant: 0 does not have field STAT_METADATA_40_UC", "0");
+  EXPECT_MESSAGE_ASSERTION(
+      f690.statMetadata40UcLen(),
+      " chipType: BCM88690_B0 variant: 0 does not have field STAT_METADATA_40_UC", "0");
 
   // Values, the Raw aggregate and foreign names.
   EXPECT_ASSERTION(a860s.setField64(1051, 0x108), "value <= 0x7");
@@ -147,8 +156,10 @@ TEST(StatisticsInfoDeath, Checks) {
   EXPECT_ASSERTION(a860s.setField64(1182, 1), "false");
   EXPECT_ASSERTION(a860s.stringFieldIs("statMetaDataMap", 1), "false");
   EXPECT_ASSERTION(a860s.fieldOffset(118), "false");
-  EXPECT_MESSAGE_ASSERTION(a860s.stringField("metadataMcByLayerType", 0), "fieldName not found.", "false");
-  EXPECT_MESSAGE_ASSERTION(a860s.stringFieldIs("statMetadata32Uc", 0), "fieldName not found or is const.", "false");
+  EXPECT_MESSAGE_ASSERTION(a860s.stringField("metadataMcByLayerType", 0), "fieldName not found.",
+                           "false");
+  EXPECT_MESSAGE_ASSERTION(a860s.stringFieldIs("statMetadata32Uc", 0),
+                           "fieldName not found or is const.", "false");
 }
 
 // Profile N owns bits 6N..6N+5 in both twins; shift low in one, size low in the other.
@@ -207,8 +218,10 @@ TEST(InformationMap, U32AggregateOverEightValues) {
     EXPECT_EQ(info.metadataByIndex(0), 5);
     EXPECT_EQ(info.statMetadata0(), 5);
     EXPECT_EQ(info.currentLayerStatisticsMetaDataInformationMap(), 0xc00005u);
-    EXPECT_EQ(std::vector<U8>(info.buf(), info.buf() + 4), (std::vector<U8>{0x05, 0x00, 0xc0, 0x00}));
-    info.setField64(Hardware::FieldIds::CURRENT_LAYER_STATISTICS_META_DATA_INFORMATION_MAP, 0xfac688);
+    EXPECT_EQ(std::vector<U8>(info.buf(), info.buf() + 4),
+              (std::vector<U8>{0x05, 0x00, 0xc0, 0x00}));
+    info.setField64(Hardware::FieldIds::CURRENT_LAYER_STATISTICS_META_DATA_INFORMATION_MAP,
+                    0xfac688);
     for (U32 n = 0; n < 8; ++n) EXPECT_EQ(info.metadataByIndex(n), (0xfac688 >> (3 * n)) & 7) << n;
     info.stringFieldIs("currentLayerStatisticsMetaDataInformationMap", 0);
     EXPECT_EQ(info.stringField("statMetadata7", 0), 0u);
@@ -221,15 +234,20 @@ TEST(ProfilesDeath, Checks) {
   Attr::WithStorage attr(C::BCM88690_B0, 0);
   Instr::WithStorage instr(C::BCM88860_A0, 0);
   Info::WithStorage info(C::BCM88850_A0, 0);
-  EXPECT_MESSAGE_ASSERTION(attr.metadataSizeByProfile(32), "Array index 32 out of range for metadataSizeByProfile", "0");
-  EXPECT_MESSAGE_ASSERTION(instr.metadataSizeByProfile(32), "Array index 32 out of range for metadataSizeByProfile", "0");
-  EXPECT_MESSAGE_ASSERTION(instr.metadataShiftByProfileIs(32, 0), "Array index 32 out of range for metadataShiftByProfileIs", "0");
-  EXPECT_MESSAGE_ASSERTION(info.metadataByIndex(8), "Array index 8 out of range for metadataByIndex", "0");
+  EXPECT_MESSAGE_ASSERTION(attr.metadataSizeByProfile(32),
+                           "Array index 32 out of range for metadataSizeByProfile", "0");
+  EXPECT_MESSAGE_ASSERTION(instr.metadataSizeByProfile(32),
+                           "Array index 32 out of range for metadataSizeByProfile", "0");
+  EXPECT_MESSAGE_ASSERTION(instr.metadataShiftByProfileIs(32, 0),
+                           "Array index 32 out of range for metadataShiftByProfileIs", "0");
+  EXPECT_MESSAGE_ASSERTION(info.metadataByIndex(8),
+                           "Array index 8 out of range for metadataByIndex", "0");
   EXPECT_ASSERTION(attr.statMetaDataEntryIs(0x40), "value <= 0x3f");
   EXPECT_ASSERTION(attr.metadataShiftByProfileIs(3, 16), "value <= 0xf");
   EXPECT_ASSERTION(instr.currentLayerSizeIs(4), "value <= 0x3");
   EXPECT_ASSERTION(info.metadataByIndexIs(2, 8), "value <= 0x7");
-  EXPECT_ASSERTION(info.currentLayerStatisticsMetaDataInformationMapIs(0x1000000), "value <= 0xffffff");
+  EXPECT_ASSERTION(info.currentLayerStatisticsMetaDataInformationMapIs(0x1000000),
+                   "value <= 0xffffff");
   EXPECT_ASSERTION(attr.setField64(1185, 0), "false");
   EXPECT_ASSERTION(instr.stringFieldIs("currentLayerStatisticsMetaDataInstructionMap", 0), "false");
   std::vector<U8> buf(24, 0);

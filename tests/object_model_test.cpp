@@ -9,9 +9,9 @@ namespace {
 
 TEST(Construction, RefusesPairsTheClassDoesNotKnow) {
   U8 buf[8] = {};
-  EXPECT_MESSAGE_ASSERTION(CrpsEngineInitRequest(ChipType::BCM88690_B0, buf, 8, false, 1),
-                           " chipType: BCM88690_B0 variant: 1 not in metainfo for CrpsEngineInitRequest!",
-                           "0");
+  EXPECT_MESSAGE_ASSERTION(
+      CrpsEngineInitRequest(ChipType::BCM88690_B0, buf, 8, false, 1),
+      " chipType: BCM88690_B0 variant: 1 not in metainfo for CrpsEngineInitRequest!", "0");
   EXPECT_MESSAGE_ASSERTION(
       CrpsReservedSpare2(ChipType::BCM88690_B0, buf, 8, false, 0),
       " chipType: BCM88690_B0 variant: 0 not in metainfo for CrpsReservedSpare2!", "0");
@@ -70,8 +70,12 @@ TEST(ObjectModel, OperationsNoClassOverridesStopWithTheBaseText) {
   const Orrery::BcmAsicBase& rb = reg;
   U32 a = 0, b = 0;
   U8 c = 0;
-  EXPECT_DEATH(r.entries(), "Orrery/AsicBase:101: .*Assertion `false && \"entries invalid for this class\"' failed");
-  EXPECT_DEATH(m.maxIdentifier(), "Orrery/AsicBase:104: .*Assertion `false && \"maxIdentifier invalid for this class\"' failed");
+  EXPECT_DEATH(
+      r.entries(),
+      "Orrery/AsicBase:101: .*Assertion `false && \"entries invalid for this class\"' failed");
+  EXPECT_DEATH(m.maxIdentifier(),
+               "Orrery/AsicBase:104: .*Assertion `false && \"maxIdentifier invalid for this "
+               "class\"' failed");
   EXPECT_DEATH(r.tableVariantCount(), "Orrery/AsicBase:173: .*Assertion `false' failed");
   EXPECT_DEATH(r.entrySpans(), "Orrery/AsicBase:178: .*Assertion `false' failed");
   for (const Orrery::AsicBase* o : {&r, &m}) {

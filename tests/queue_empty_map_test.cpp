@@ -1,11 +1,11 @@
 // The egress queue empty map: 512 one-bit flags, the whole map as one
 // 512-bit view over them, and the indexed accessor by queue number.
-#include "TestSupport.h"
-
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <new>
+
+#include "TestSupport.h"
 
 // Counts allocations made while a test asks for it: a lookup by name must make none.
 namespace {
@@ -21,8 +21,12 @@ void* operator new(std::size_t size) {
   if (void* p = std::malloc(size ? size : 1)) return p;
   throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
 
 namespace {
 
@@ -117,11 +121,14 @@ TEST(QueueEmptyMap, Checks) {
   PqpEgressQueuesEmpty map(ChipType::BCM88850_A0, buf.data(), 64, false, 0);
   EXPECT_ASSERTION(map.queueEmptyByIdIs(0, 2), "value <= 0x1");
   EXPECT_ASSERTION(map.setField64(Ids::QUEUE_EMPTY_0 + 7, 2), "value <= 0x1");
-  EXPECT_MESSAGE_ASSERTION(map.queueEmptyById(512), "Array index 512 out of range for queueEmptyById", "0");
-  EXPECT_MESSAGE_ASSERTION(map.queueEmptyByIdIs(512, 0), "Array index 512 out of range for queueEmptyByIdIs", "0");
+  EXPECT_MESSAGE_ASSERTION(map.queueEmptyById(512),
+                           "Array index 512 out of range for queueEmptyById", "0");
+  EXPECT_MESSAGE_ASSERTION(map.queueEmptyByIdIs(512, 0),
+                           "Array index 512 out of range for queueEmptyByIdIs", "0");
   EXPECT_MESSAGE_ASSERTION(map.stringField("queueEmptyById", 0), "fieldName not found.", "false");
   EXPECT_MESSAGE_ASSERTION(map.stringField("queueEmpty512", 0), "fieldName not found.", "false");
-  EXPECT_MESSAGE_ASSERTION(map.stringFieldIs("queueEmpty0 ", 0), "fieldName not found or is const.", "false");
+  EXPECT_MESSAGE_ASSERTION(map.stringFieldIs("queueEmpty0 ", 0), "fieldName not found or is const.",
+                           "false");
 
   EXPECT_TRUE(map.isFieldValid(945));
   for (U32 id : {433u, 946u, 230u}) {
@@ -141,7 +148,8 @@ TEST(QueueEmptyMap, Checks) {
   EXPECT_ASSERTION(map63.eqmEmpty(), "len_ >= 64");
   EXPECT_ASSERTION(map63.eqmEmptyIs(Raw512{}), "len_ >= 64");
   for (U32 n : {0u, 8u, 100u, 255u}) {
-    PqpEgressQueuesEmpty shortMap(ChipType::BCM88850_A0, buf.data(), static_cast<U16>(n / 8), false, 0);
+    PqpEgressQueuesEmpty shortMap(ChipType::BCM88850_A0, buf.data(), static_cast<U16>(n / 8), false,
+                                  0);
     EXPECT_ASSERTION(shortMap.queueEmptyByIdIs(n, 1), "len_ >= " + std::to_string(n / 8 + 1));
     EXPECT_ASSERTION(shortMap.stringField(("queueEmpty" + std::to_string(n)).c_str(), 0),
                      "len_ >= " + std::to_string(n / 8 + 1));

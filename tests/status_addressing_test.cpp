@@ -1,9 +1,9 @@
 // Where the queue, flow-control and instrumentation registers lie: chips and
 // variants, instance lists and S-channel addresses, reached through the
 // factory as a caller holding only a class name would.
-#include "TestSupport.h"
-
 #include <algorithm>
+
+#include "TestSupport.h"
 
 namespace {
 
@@ -21,12 +21,14 @@ struct Group {
   U32 sub0, block0, subLast, blockLast;
 };
 
-const std::vector<ChipType> k88860y = {ChipType::BCM88860_A0, ChipType::BCM88867_C0, ChipType::BCM88890_A0,
-                                       ChipType::BCM88890_B0, ChipType::BCM88897_C0};
+const std::vector<ChipType> k88860y = {ChipType::BCM88860_A0, ChipType::BCM88867_C0,
+                                       ChipType::BCM88890_A0, ChipType::BCM88890_B0,
+                                       ChipType::BCM88897_C0};
 
 std::vector<Group> groups() {
-  const ChipType c690 = ChipType::BCM88690_B0, c800 = ChipType::BCM88800_A0, c850 = ChipType::BCM88850_A0,
-                 c859 = ChipType::BCM88859_A2, c490 = ChipType::BCM88490_A0, c870 = ChipType::BCM88870_A0;
+  const ChipType c690 = ChipType::BCM88690_B0, c800 = ChipType::BCM88800_A0,
+                 c850 = ChipType::BCM88850_A0, c859 = ChipType::BCM88859_A2,
+                 c490 = ChipType::BCM88490_A0, c870 = ChipType::BCM88870_A0;
   std::vector<Group> g = {
       {"PqpCrpsInterfaceConfig", {c490}, 0, 263, 1, 0, 16, 0, 16},
       {"PqpCrpsInterfaceConfig", tc::chips88860x(), 0, 263, 4, 0, 100, 0, 868},
@@ -73,7 +75,9 @@ const std::vector<std::string>& classNames() {
   return names;
 }
 
-TEST(StatusAddressing, FourteenClassesAreInTheCatalogue) { EXPECT_EQ(classNames().size(), 14u); }
+TEST(StatusAddressing, FourteenClassesAreInTheCatalogue) {
+  EXPECT_EQ(classNames().size(), 14u);
+}
 
 TEST(StatusAddressing, FirstAndLastInstanceOfEveryGroup) {
   for (const auto& g : groups()) {
@@ -103,21 +107,25 @@ TEST(StatusAddressing, InstanceListsInBetween) {
   using Hardware::NbuInstrumentationResetLow;
   U32 address, sub, block;
   const auto blockOf = [&](ChipType chip, U8 variant, U16 id) {
-    EXPECT_TRUE(NbuInstrumentationResetLow::getSchanAddress(tc::num(chip), variant, address, sub, block, id, 0, 0));
+    EXPECT_TRUE(NbuInstrumentationResetLow::getSchanAddress(tc::num(chip), variant, address, sub,
+                                                            block, id, 0, 0));
     return block;
   };
   // 88870 runs four of the low blocks, four of the high, and so on; 394 and 654 are missing.
-  const U32 nbu870[] = {390, 391, 392, 393, 650, 651, 652, 653, 395, 396, 397, 398, 655, 656, 657, 658};
-  for (U16 id = 0; id < 16; ++id) EXPECT_EQ(blockOf(ChipType::BCM88870_A0, 0, id), nbu870[id]) << id;
+  const U32 nbu870[] = {390, 391, 392, 393, 650, 651, 652, 653,
+                        395, 396, 397, 398, 655, 656, 657, 658};
+  for (U16 id = 0; id < 16; ++id)
+    EXPECT_EQ(blockOf(ChipType::BCM88870_A0, 0, id), nbu870[id]) << id;
   for (ChipType chip : k88860y)
-    for (U16 id = 0; id < 18; ++id) EXPECT_EQ(blockOf(chip, 0, id), id < 9 ? 390u + id : 641u + id) << id;
+    for (U16 id = 0; id < 18; ++id)
+      EXPECT_EQ(blockOf(chip, 0, id), id < 9 ? 390u + id : 641u + id) << id;
 
-  ASSERT_TRUE(Hardware::CduInstrumentationResetLow::getSchanAddress(tc::num(ChipType::BCM88850_A0), 1, address,
-                                                                     sub, block, 8, 0, 0));
+  ASSERT_TRUE(Hardware::CduInstrumentationResetLow::getSchanAddress(
+      tc::num(ChipType::BCM88850_A0), 1, address, sub, block, 8, 0, 0));
   EXPECT_EQ(sub, 20u);
   EXPECT_EQ(block, 27u);
-  ASSERT_TRUE(Hardware::CluInstrumentationRstnPfc::getSchanAddress(tc::num(ChipType::BCM88800_A0), 0, address, sub,
-                                                                    block, 2, 0, 0));
+  ASSERT_TRUE(Hardware::CluInstrumentationRstnPfc::getSchanAddress(
+      tc::num(ChipType::BCM88800_A0), 0, address, sub, block, 2, 0, 0));
   EXPECT_EQ(sub, 24u);
   EXPECT_EQ(block, 7u);
 }
@@ -137,7 +145,8 @@ TEST(StatusAddressing, ValidityByNameMatchesTheGroups) {
       }
     }
     for (U8 foreign : {0, 13, 18, 22, 27, 255})
-      EXPECT_FALSE(Hardware::chipTypeVariantValid(cls.c_str(), static_cast<ChipType>(foreign), 0)) << cls;
+      EXPECT_FALSE(Hardware::chipTypeVariantValid(cls.c_str(), static_cast<ChipType>(foreign), 0))
+          << cls;
   }
 }
 
@@ -159,9 +168,12 @@ TEST(StatusAddressing, CduVariantsAreInstanceGroups) {
   using Hardware::CduInstrumentationResetLow;
   const U32 c800 = tc::num(ChipType::BCM88800_A0), c690 = tc::num(ChipType::BCM88690_B0);
   for (U32 chip : {c690, tc::num(ChipType::BCM88850_A0), tc::num(ChipType::BCM88859_A2)}) {
-    EXPECT_EQ(CduInstrumentationResetLow::width(chip, 0), CduInstrumentationResetLow::width(chip, 1));
-    EXPECT_EQ(CduInstrumentationResetLow::fieldCount(chip, 0), CduInstrumentationResetLow::fieldCount(chip, 1));
-    EXPECT_EQ(CduInstrumentationResetLow::allFieldsMask(chip, 0), CduInstrumentationResetLow::allFieldsMask(chip, 1));
+    EXPECT_EQ(CduInstrumentationResetLow::width(chip, 0),
+              CduInstrumentationResetLow::width(chip, 1));
+    EXPECT_EQ(CduInstrumentationResetLow::fieldCount(chip, 0),
+              CduInstrumentationResetLow::fieldCount(chip, 1));
+    EXPECT_EQ(CduInstrumentationResetLow::allFieldsMask(chip, 0),
+              CduInstrumentationResetLow::allFieldsMask(chip, 1));
   }
   // 88800 knows variant 1 alone; elsewhere there are two.
   EXPECT_ASSERTION(CduInstrumentationResetLow::instanceCount(c800, 0), "variant == 1");
@@ -172,17 +184,22 @@ TEST(StatusAddressing, CduVariantsAreInstanceGroups) {
   EXPECT_ASSERTION(CduInstrumentationResetLow::width(tc::num(ChipType::BCM88860_A0), 0), "0");
 
   U32 address = 7, sub = 8, block = 9;
-  for (auto [chip, variant] : {std::pair<U32, U8>{c800, 0}, {c690, 2}, {tc::num(ChipType::BCM88490_A0), 0}, {13, 1}}) {
-    EXPECT_FALSE(CduInstrumentationResetLow::getSchanAddress(chip, variant, address, sub, block, 0, 0, 0));
+  for (auto [chip, variant] :
+       {std::pair<U32, U8>{c800, 0}, {c690, 2}, {tc::num(ChipType::BCM88490_A0), 0}, {13, 1}}) {
+    EXPECT_FALSE(
+        CduInstrumentationResetLow::getSchanAddress(chip, variant, address, sub, block, 0, 0, 0));
     EXPECT_EQ(address + sub + block, 7u + 8u + 9u);
   }
-  EXPECT_MESSAGE_ASSERTION(Hardware::stringObj("CduInstrumentationResetLow", ChipType::BCM88800_A0, 0),
-                           " not in metainfo for CduInstrumentationResetLow!", "0");
-  EXPECT_MESSAGE_ASSERTION(Hardware::stringObj("CduInstrumentationRstnPfc", ChipType::BCM88690_B0, 2),
-                           " not in metainfo for CduInstrumentationRstnPfc!", "0");
+  EXPECT_MESSAGE_ASSERTION(
+      Hardware::stringObj("CduInstrumentationResetLow", ChipType::BCM88800_A0, 0),
+      " not in metainfo for CduInstrumentationResetLow!", "0");
+  EXPECT_MESSAGE_ASSERTION(
+      Hardware::stringObj("CduInstrumentationRstnPfc", ChipType::BCM88690_B0, 2),
+      " not in metainfo for CduInstrumentationRstnPfc!", "0");
   U8 buf[4] = {};
-  EXPECT_MESSAGE_ASSERTION(Hardware::NbutrxInstrumentationResetLow(ChipType::BCM88860_A0, buf, 4, false, 0),
-                           " not in metainfo for NbutrxInstrumentationResetLow!", "0");
+  EXPECT_MESSAGE_ASSERTION(
+      Hardware::NbutrxInstrumentationResetLow(ChipType::BCM88860_A0, buf, 4, false, 0),
+      " not in metainfo for NbutrxInstrumentationResetLow!", "0");
 }
 
 }  // namespace

@@ -1,13 +1,13 @@
 // Fields of the packet queue, flow-control and instrumentation registers:
 // by identifier and by name, their limits, buffer lengths and what a write
 // touches; then the particular layouts of each register.
-#include "TestSupport.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <map>
 #include <memory>
+
+#include "TestSupport.h"
 
 namespace {
 
@@ -29,23 +29,28 @@ struct FieldCase {
 
 std::vector<FieldCase> fieldCases() {
   using namespace Hardware;
-  const ChipType c850 = ChipType::BCM88850_A0, c859 = ChipType::BCM88859_A2, c490 = ChipType::BCM88490_A0;
+  const ChipType c850 = ChipType::BCM88850_A0, c859 = ChipType::BCM88859_A2,
+                 c490 = ChipType::BCM88490_A0;
   return {
-      {"PqpCrpsInterfaceConfig", on<PqpCrpsInterfaceConfig>(ChipType::BCM88870_A0), 87, "crpsCmdsDropMode", 0, 1},
+      {"PqpCrpsInterfaceConfig", on<PqpCrpsInterfaceConfig>(ChipType::BCM88870_A0), 87,
+       "crpsCmdsDropMode", 0, 1},
       {"PqpCrpsInterfaceConfig", on<PqpCrpsInterfaceConfig>(c490), 97, "crpsTmCntrModeIsOtm", 1, 1},
-      {"PqpCrpsInterfaceConfig", on<PqpCrpsInterfaceConfig>(c490), 96, "crpsFifoAlmostFullTh", 2, 6},
+      {"PqpCrpsInterfaceConfig", on<PqpCrpsInterfaceConfig>(c490), 96, "crpsFifoAlmostFullTh", 2,
+       6},
       {"PqpDeqCountersConfig", on<PqpDeqCountersConfig>(c850), 85, "countSpecificQpEnable", 0, 1},
       {"PqpDeqCountersConfig", on<PqpDeqCountersConfig>(c859), 83, "countSpecificOtmEnable", 1, 1},
       {"PqpDeqCountersConfig", on<PqpDeqCountersConfig>(c850), 81, "countSpecificIfcEnable", 2, 1},
       {"PqpDeqCountersConfig", on<PqpDeqCountersConfig>(c859), 86, "countSpecificQpValue", 3, 9},
       {"PqpDeqCountersConfig", on<PqpDeqCountersConfig>(c850), 84, "countSpecificOtmValue", 12, 9},
       {"PqpDeqCountersConfig", on<PqpDeqCountersConfig>(c859), 82, "countSpecificIfcValue", 21, 7},
-      {"PqpPqpUnicastPacketCounter", on<PqpPqpUnicastPacketCounter>(c859), 424, "pqpUnicastPacketCounter", 0, 33},
+      {"PqpPqpUnicastPacketCounter", on<PqpPqpUnicastPacketCounter>(c859), 424,
+       "pqpUnicastPacketCounter", 0, 33},
       {"CfcEgqPfcStatus", on<CfcEgqPfcStatus>(c850), 116, "egqPfcStatus", 0, 64},
       {"CfcEgqPfcStatusSel", on<CfcEgqPfcStatusSel>(c859), 117, "egqPfcStatusSel", 0, 4},
       {"CduInstrumentationResetLow", on<CduInstrumentationResetLow>(ChipType::BCM88800_A0, 1), 277,
        "instrumentationResetLow", 0, 1},
-      {"CduInstrumentationRstnPfc", on<CduInstrumentationRstnPfc>(c850, 0), 278, "instrumentationResetLowPfcCnts", 0, 8},
+      {"CduInstrumentationRstnPfc", on<CduInstrumentationRstnPfc>(c850, 0), 278,
+       "instrumentationResetLowPfcCnts", 0, 8},
       {"CluInstrumentationResetLow", on<CluInstrumentationResetLow>(ChipType::BCM88800_A0), 277,
        "instrumentationResetLow", 0, 1},
       {"CluInstrumentationRstnPfc", on<CluInstrumentationRstnPfc>(ChipType::BCM88800_A0), 278,
@@ -54,13 +59,16 @@ std::vector<FieldCase> fieldCases() {
        "instrumentationResetLow", 0, 1},
       {"NbuInstrumentationRstnPfc", on<NbuInstrumentationRstnPfc>(ChipType::BCM88897_C0), 278,
        "instrumentationResetLowPfcCnts", 0, 8},
-      {"NbutrxInstrumentationResetLow", on<NbutrxInstrumentationResetLow>(c490), 277, "instrumentationResetLow", 0, 1},
-      {"NbutrxInstrumentationRstnPfc", on<NbutrxInstrumentationRstnPfc>(c490), 278, "instrumentationResetLowPfcCnts",
-       0, 8},
+      {"NbutrxInstrumentationResetLow", on<NbutrxInstrumentationResetLow>(c490), 277,
+       "instrumentationResetLow", 0, 1},
+      {"NbutrxInstrumentationRstnPfc", on<NbutrxInstrumentationRstnPfc>(c490), 278,
+       "instrumentationResetLowPfcCnts", 0, 8},
   };
 }
 
-U64 ones(unsigned width) { return width == 64 ? ~U64{0} : (U64{1} << width) - 1; }
+U64 ones(unsigned width) {
+  return width == 64 ? ~U64{0} : (U64{1} << width) - 1;
+}
 
 std::string hex(U64 v) {
   char text[32];
@@ -120,8 +128,10 @@ TEST(StatusFields, ForeignIdentifiersAndNames) {
     EXPECT_ASSERTION(acc->fieldOffset(118), "false");
     EXPECT_ASSERTION(acc->setField64(946, 0), "false");
     // Hardware names and the class's own name aren't accessor names.
-    EXPECT_MESSAGE_ASSERTION(acc->stringField("INSTRUMENTATION_RESET_LOW", 0), "fieldName not found.", "false");
-    EXPECT_MESSAGE_ASSERTION(acc->stringFieldIs(f.cls, 0), "fieldName not found or is const.", "false");
+    EXPECT_MESSAGE_ASSERTION(acc->stringField("INSTRUMENTATION_RESET_LOW", 0),
+                             "fieldName not found.", "false");
+    EXPECT_MESSAGE_ASSERTION(acc->stringFieldIs(f.cls, 0), "fieldName not found or is const.",
+                             "false");
   }
 }
 

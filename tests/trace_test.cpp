@@ -72,13 +72,16 @@ TEST_F(Trace, EntryLinesOfQueriesAndAccessors) {
       {[&] { m.modulesrcNGroupSizeIs(3); },
        {"void Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeIs(U8) chipType: 10 variant: 0"}},
       {[&] { m.modulesrcNPtrBaseNormalize(); },
-       {"U32 Hardware::CrpsModulesrcCfg::modulesrcNPtrBaseNormalize() const chipType: 10 variant: 0"}},
+       {"U32 Hardware::CrpsModulesrcCfg::modulesrcNPtrBaseNormalize() const chipType: 10 variant: "
+        "0"}},
       {[&] { m.modulesrcNGroupSizeLen(); },
        {"U16 Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeLen() const chipType: 10 variant: 0"}},
       {[&] { m.modulesrcNGroupSizeOffset(); },
-       {"U16 Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeOffset() const chipType: 10 variant: 0"}},
+       {"U16 Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeOffset() const chipType: 10 variant: "
+        "0"}},
       {[&] { m.isModulesrcNGroupSize1Valid(); },
-       {"bool Hardware::CrpsModulesrcCfg::isModulesrcNGroupSize1Valid() const chipType: 10 variant: 0"}},
+       {"bool Hardware::CrpsModulesrcCfg::isModulesrcNGroupSize1Valid() const chipType: 10 "
+        "variant: 0"}},
       {[&] { m.getAllFields(); },
        {"Raw128 Hardware::CrpsModulesrcCfg::getAllFields() const chipType: 10 variant: 0"}},
       {[&] { t.entrySpans(); },
@@ -88,13 +91,15 @@ TEST_F(Trace, EntryLinesOfQueriesAndAccessors) {
       {[&] { m.fieldWidth(FieldIds::MODULESRC_N_GROUP_SIZE); },
        {"U16 Hardware::CrpsModulesrcCfg::fieldWidth(U32) const chipType: 10 variant: 0",
         "bool Hardware::CrpsModulesrcCfg::isFieldValid(U32) const chipType: 10 variant: 0",
-        "bool Hardware::CrpsModulesrcCfg::isModulesrcNGroupSizeValid() const chipType: 10 variant: 0",
+        "bool Hardware::CrpsModulesrcCfg::isModulesrcNGroupSizeValid() const chipType: 10 variant: "
+        "0",
         "U16 Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeLen() const chipType: 10 variant: 0"}},
       {[&] { m.setField64(FieldIds::MODULESRC_N_GROUP_SIZE, 1); },
        {"void Hardware::CrpsModulesrcCfg::setField64(U32, U64) chipType: 10 variant: 0",
         "void Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeIs(U8) chipType: 10 variant: 0"}},
       {[&] { m.stringField("modulesrcNGroupSize", 0); },
-       {"U64 Hardware::CrpsModulesrcCfg::stringField(const String&, U16) const chipType: 10 variant: 0",
+       {"U64 Hardware::CrpsModulesrcCfg::stringField(const String&, U16) const chipType: 10 "
+        "variant: 0",
         "U8 Hardware::CrpsModulesrcCfg::modulesrcNGroupSize() const chipType: 10 variant: 0"}},
       {[&] { m.stringFieldIs("modulesrcNGroupSize", 2); },
        {"void Hardware::CrpsModulesrcCfg::stringFieldIs(const String&, const U64&) chipType: 10 "
@@ -102,7 +107,8 @@ TEST_F(Trace, EntryLinesOfQueriesAndAccessors) {
         "void Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeIs(U8) chipType: 10 variant: 0"}},
       {[&] { m.fieldOffset(FieldIds::MODULESRC_N_GROUP_SIZE); },
        {"U16 Hardware::CrpsModulesrcCfg::fieldOffset(U32) const chipType: 10 variant: 0",
-        "U16 Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeOffset() const chipType: 10 variant: 0"}},
+        "U16 Hardware::CrpsModulesrcCfg::modulesrcNGroupSizeOffset() const chipType: 10 variant: "
+        "0"}},
       // Not traced.
       {[&] {
          m.width();
@@ -126,21 +132,24 @@ TEST_F(Trace, EntryLinesOfQueriesAndAccessors) {
     const auto out = traced({8}, c.call);
     ASSERT_EQ(c.expect.size(), out.size()) << (c.expect.empty() ? out[0] : c.expect[0]);
     for (std::size_t i = 0; i < out.size(); ++i)
-      EXPECT_TRUE(endsWith(out[i], c.expect[i])) << out[i] << "\n  expected the end: " << c.expect[i];
+      EXPECT_TRUE(endsWith(out[i], c.expect[i]))
+          << out[i] << "\n  expected the end: " << c.expect[i];
   }
 }
 
 TEST_F(Trace, GetSchanAddressEntryAndFailureLines) {
   U32 address = 1, subBlock = 2, block = 3;
   const std::string sig =
-      "static bool Hardware::CrpsEngineInitRequest::getSchanAddress(U32, U8, U32&, U32&, U32&, U16, "
+      "static bool Hardware::CrpsEngineInitRequest::getSchanAddress(U32, U8, U32&, U32&, U32&, "
+      "U16, "
       "U32, U16)";
   auto out = traced({8}, [&] {
     EXPECT_TRUE(CrpsEngineInitRequest::getSchanAddress(10, 0, address, subBlock, block, 1, 0, 0));
   });
   ASSERT_EQ(2u, out.size());
   EXPECT_TRUE(endsWith(out[0], sig + " chipType: 10 variant: 0")) << out[0];
-  EXPECT_TRUE(endsWith(out[1], "hasIdentifier(U32, U8, U32) chipType: 10 variant: 0 identifier: 1"));
+  EXPECT_TRUE(
+      endsWith(out[1], "hasIdentifier(U32, U8, U32) chipType: 10 variant: 0 identifier: 1"));
 
   out = traced({0}, [&] {
     EXPECT_FALSE(CrpsEngineInitRequest::getSchanAddress(10, 1, address, subBlock, block, 1, 0, 0));

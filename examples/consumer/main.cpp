@@ -25,6 +25,7 @@ int main() {
   // 4. How much to move, and 5. the field, by name.
   reg->stringFieldIs("engineScanEnable", 0xf0f0f0f0);
   std::printf("address %u subBlock %u block %u words %u value 0x%llx\n", address, subBlock, block,
-              reg->width(), static_cast<unsigned long long>(reg->stringField("engineScanEnable", 0)));
+              reg->width(),
+              static_cast<unsigned long long>(reg->stringField("engineScanEnable", 0)));
   return address == 540 && subBlock == 0 && block == 617 && reg->width() == 1 ? 0 : 1;
 }

@@ -42,12 +42,12 @@ void readEnvironment(Registry& r) {
   done = true;
   const char* env = std::getenv("WISP_TRACE");
   if (env == nullptr) return;
-  std::string spec(env);
+  std::string setting(env);
   std::size_t pos = 0;
-  while (pos <= spec.size()) {
-    std::size_t end = spec.find(';', pos);
-    if (end == std::string::npos) end = spec.size();
-    const std::string item = spec.substr(pos, end - pos);
+  while (pos <= setting.size()) {
+    std::size_t end = setting.find(';', pos);
+    if (end == std::string::npos) end = setting.size();
+    const std::string item = setting.substr(pos, end - pos);
     const std::size_t colon = item.find(':');
     if (colon != std::string::npos && colon > 0) {
       U16& mask = r.maskFor(item.substr(0, colon).c_str());

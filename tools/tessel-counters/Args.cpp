@@ -5,7 +5,9 @@
 
 namespace Tool {
 
-void fail(const std::string& message) { throw UsageError{message}; }
+void fail(const std::string& message) {
+  throw UsageError{message};
+}
 
 const std::string* Args::get(const std::string& option) const {
   auto it = options.find(option);
@@ -27,18 +29,18 @@ Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& 
       arg = arg.substr(0, eq);
       inlineValue = true;
     }
-    auto spec = std::find_if(allowed.begin(), allowed.end(),
-                             [&](const OptionSpec& o) { return o.name == arg; });
-    if (spec == allowed.end()) {
+    auto option = std::find_if(allowed.begin(), allowed.end(),
+                               [&](const OptionSpec& o) { return o.name == arg; });
+    if (option == allowed.end()) {
       std::string list;
       for (const auto& o : allowed) list += (list.empty() ? "" : ", ") + o.name;
       fail("unknown option " + arg +
            (list.empty() ? "; this command takes no options" : "; this command takes " + list));
     }
-    if (spec->takesValue && !inlineValue) {
+    if (option->takesValue && !inlineValue) {
       if (i + 1 >= argc) fail("option " + arg + " needs a value");
       value = argv[++i];
-    } else if (!spec->takesValue && inlineValue) {
+    } else if (!option->takesValue && inlineValue) {
       fail("option " + arg + " takes no value");
     }
     if (a.options.count(arg)) fail("option " + arg + " given twice");
@@ -56,7 +58,9 @@ int hexDigit(char c) {
   return -1;
 }
 
-bool startsWith0x(const std::string& s) { return s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X'); }
+bool startsWith0x(const std::string& s) {
+  return s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X');
+}
 
 // Little-endian bytes of a number given by its digits in `base`, most
 // significant first.
@@ -128,7 +132,8 @@ std::vector<U8> parseHexBytes(const std::vector<std::string>& tokens, const std:
     if (group.empty()) bad("'0x' without digits");
     for (char c : group)
       if (hexDigit(c) < 0) bad(std::string("'") + c + "' is not a hex digit");
-    if (group.size() % 2) bad("'" + group + "' is not a whole number of bytes (odd count of digits)");
+    if (group.size() % 2)
+      bad("'" + group + "' is not a whole number of bytes (odd count of digits)");
     for (std::size_t k = 0; k < group.size(); k += 2)
       out.push_back(static_cast<U8>(hexDigit(group[k]) * 16 + hexDigit(group[k + 1])));
     i = j;
@@ -143,7 +148,8 @@ std::vector<U8> parseFieldValue(const std::string& text, unsigned width, bool he
   const bool hex = hexOnly || prefixed;
   std::string digits = prefixed ? text.substr(2) : text;
   digits.erase(std::remove(digits.begin(), digits.end(), '_'), digits.end());
-  const std::string form = hexOnly ? "hex digits (0x optional)" : "a decimal number or 0x and hex digits";
+  const std::string form =
+      hexOnly ? "hex digits (0x optional)" : "a decimal number or 0x and hex digits";
   if (digits.empty()) fail("bad value '" + text + "' for " + describeLimit + "; give " + form);
   for (char c : digits)
     if (hex ? hexDigit(c) < 0 : !std::isdigit(static_cast<unsigned char>(c)))

@@ -124,7 +124,8 @@ Target resolveTarget(const Args& args) {
   t.chip = parseChip(*chipText);
   const auto variants = variantsOf(t.cls, t.chip);
   if (variants.empty())
-    fail(t.cls + " does not exist on " + chipName(t.chip) + "; it exists on " + chipsOfClass(t.cls));
+    fail(t.cls + " does not exist on " + chipName(t.chip) + "; it exists on " +
+         chipsOfClass(t.cls));
   t.variant = variants.front();
   if (const std::string* v = args.get("--variant")) {
     t.variant = static_cast<U8>(parseNumber(*v, "--variant", 255));
@@ -175,8 +176,8 @@ Field findField(const Target& target, const std::string& name) {
   const auto here = fieldsOf(*target.object);
   std::vector<std::string> names;
   for (const auto& f : here) names.push_back(f.name);
-  const std::string valid = "; fields of " + target.cls + " on " + target.where() + ": " +
-                            joinNames(names, 24);
+  const std::string valid =
+      "; fields of " + target.cls + " on " + target.where() + ": " + joinNames(names, 24);
   if (!id) {
     const std::string near = closest(name, names);
     fail(target.cls + " has no field '" + name + "'" +
@@ -217,7 +218,8 @@ std::vector<U8> readField(const Orrery::AsicBase& object, const Field& field) {
 void writeField(Target& target, const Field& field, const std::vector<U8>& value) {
   if (!isRawField(target.cls, field.id)) {
     U64 v = 0;
-    for (std::size_t b = 0; b < value.size() && b < 8; ++b) v |= static_cast<U64>(value[b]) << (8 * b);
+    for (std::size_t b = 0; b < value.size() && b < 8; ++b)
+      v |= static_cast<U64>(value[b]) << (8 * b);
     target.object->setField64(field.id, v);
     return;
   }
@@ -227,7 +229,8 @@ void writeField(Target& target, const Field& field, const std::vector<U8>& value
                    static_cast<int>(value.size()), field.width, field.offset, 0);
 }
 
-std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* mask, unsigned bits) {
+std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* mask,
+                                                     unsigned bits) {
   std::vector<std::pair<unsigned, unsigned>> out;
   for (unsigned k = 0; k < bits; ++k) {
     const bool stray = ((bytes[k / 8] & ~mask[k / 8]) >> (k % 8)) & 1u;
@@ -241,7 +244,8 @@ std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* 
 }
 
 std::string rangeText(unsigned first, unsigned last) {
-  return first == last ? std::to_string(first) : std::to_string(first) + ".." + std::to_string(last);
+  return first == last ? std::to_string(first)
+                       : std::to_string(first) + ".." + std::to_string(last);
 }
 
 }  // namespace Tool

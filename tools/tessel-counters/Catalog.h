@@ -4,13 +4,13 @@
 // fatal checks are never reached.
 #pragma once
 
-#include "Args.h"
-
 #include <TesselCountersOrrery.h>
 
 #include <memory>
 #include <string>
 #include <vector>
+
+#include "Args.h"
 
 namespace Tool {
 
@@ -69,7 +69,8 @@ std::vector<U8> readField(const Orrery::AsicBase& object, const Field& field);
 void writeField(Target& target, const Field& field, const std::vector<U8>& value);
 
 // Ranges "a..b" (or "a") of bits set in `bytes` (bits below `bits`) and clear in `mask`.
-std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* mask, unsigned bits);
+std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* mask,
+                                                     unsigned bits);
 std::string rangeText(unsigned first, unsigned last);
 
 }  // namespace Tool

@@ -1,10 +1,10 @@
 #include "Commands.h"
 
-#include "Json.h"
-
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
+
+#include "Json.h"
 
 namespace Tool {
 
@@ -29,7 +29,8 @@ std::vector<FieldView> viewsOf(const std::vector<Field>& fields) {
     }
   }
   for (std::size_t i = 0; i < fields.size(); ++i)
-    for (int p = views[i].parent; p >= 0; p = views[static_cast<std::size_t>(p)].parent) ++views[i].depth;
+    for (int p = views[i].parent; p >= 0; p = views[static_cast<std::size_t>(p)].parent)
+      ++views[i].depth;
   return views;
 }
 
@@ -49,11 +50,11 @@ std::vector<U8> entryBytes(const Target& t, const std::vector<std::string>& toke
   if (bytes.size() > size)
     fail(what + " has " + std::to_string(bytes.size()) + " bytes, but " + t.cls + " on " +
          t.where() + " is " + std::to_string(size) + " bytes (" +
-         std::to_string(t.object->width()) + (t.object->width() == 1 ? " word" : " words") + "); give at most " + std::to_string(size) +
-         " bytes, byte 0 first");
+         std::to_string(t.object->width()) + (t.object->width() == 1 ? " word" : " words") +
+         "); give at most " + std::to_string(size) + " bytes, byte 0 first");
   if (bytes.size() < size)
-    std::cerr << "note: " << what << " has " << bytes.size() << " of " << size
-              << " bytes; bytes " << bytes.size() << ".." << size - 1 << " are taken as 00\n";
+    std::cerr << "note: " << what << " has " << bytes.size() << " of " << size << " bytes; bytes "
+              << bytes.size() << ".." << size - 1 << " are taken as 00\n";
   bytes.resize(size, 0);
   return bytes;
 }
@@ -79,7 +80,9 @@ void printTable(const std::vector<std::vector<std::string>>& rows) {
   }
 }
 
-std::string kindOf(const Orrery::AsicBase& o) { return o.isTable() ? "memory" : "register"; }
+std::string kindOf(const Orrery::AsicBase& o) {
+  return o.isTable() ? "memory" : "register";
+}
 
 }  // namespace
 
@@ -202,7 +205,8 @@ int cmdDescribe(const Args& a) {
 // ---------------------------------------------------------------------------
 
 int cmdDecode(const Args& a) {
-  if (a.positional.size() < 2) fail("decode takes a class name and HEX, the entry's bytes, byte 0 first");
+  if (a.positional.size() < 2)
+    fail("decode takes a class name and HEX, the entry's bytes, byte 0 first");
   Target t = resolveTarget(a);
   const std::vector<std::string> tokens(a.positional.begin() + 1, a.positional.end());
   const auto bytes = entryBytes(t, tokens, "HEX");
@@ -238,7 +242,8 @@ int cmdDecode(const Args& a) {
           .value("bits", rangeText(f.offset, f.offset + f.width - 1u))
           .value("hex", hexValue(values[i], f.width))
           .value("decimal", decimalValue(values[i]));
-      if (views[i].parent >= 0) j.value("viewOf", fields[static_cast<std::size_t>(views[i].parent)].name);
+      if (views[i].parent >= 0)
+        j.value("viewOf", fields[static_cast<std::size_t>(views[i].parent)].name);
       if (!views[i].crosses.empty()) {
         j.beginArray("overlaps");
         for (int c : views[i].crosses) j.value(nullptr, fields[static_cast<std::size_t>(c)].name);
@@ -259,22 +264,25 @@ int cmdDecode(const Args& a) {
   std::printf("bytes %s\n", hexBytes(bytes.data(), bytes.size()).c_str());
   std::size_t nameWidth = 5, hexWidth = 3;
   for (std::size_t i = 0; i < fields.size(); ++i) {
-    nameWidth = std::max(nameWidth, 2 * static_cast<std::size_t>(views[i].depth) + fields[i].name.size());
+    nameWidth =
+        std::max(nameWidth, 2 * static_cast<std::size_t>(views[i].depth) + fields[i].name.size());
     hexWidth = std::max(hexWidth, hexValue(values[i], fields[i].width).size());
   }
-  std::printf("\n%-10s %5s  %-*s  %-*s  %s\n", "bits", "width", static_cast<int>(nameWidth), "field",
-              static_cast<int>(hexWidth), "hex", "decimal");
+  std::printf("\n%-10s %5s  %-*s  %-*s  %s\n", "bits", "width", static_cast<int>(nameWidth),
+              "field", static_cast<int>(hexWidth), "hex", "decimal");
   bool anyView = false;
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const auto& f = fields[i];
-    const std::string name = std::string(2 * static_cast<std::size_t>(views[i].depth), ' ') + f.name;
+    const std::string name =
+        std::string(2 * static_cast<std::size_t>(views[i].depth), ' ') + f.name;
     std::string note;
     for (int c : views[i].crosses)
       note += (note.empty() ? "  overlaps " : ", ") + fields[static_cast<std::size_t>(c)].name;
     anyView = anyView || views[i].parent >= 0 || !note.empty();
-    std::printf("%-10s %5u  %-*s  %-*s  %s%s\n", rangeText(f.offset, f.offset + f.width - 1u).c_str(),
-                f.width, static_cast<int>(nameWidth), name.c_str(), static_cast<int>(hexWidth),
-                hexValue(values[i], f.width).c_str(), decimalValue(values[i]).c_str(), note.c_str());
+    std::printf(
+        "%-10s %5u  %-*s  %-*s  %s%s\n", rangeText(f.offset, f.offset + f.width - 1u).c_str(),
+        f.width, static_cast<int>(nameWidth), name.c_str(), static_cast<int>(hexWidth),
+        hexValue(values[i], f.width).c_str(), decimalValue(values[i]).c_str(), note.c_str());
   }
   if (fields.empty()) std::printf("(no fields on this chip and variant)\n");
   if (anyView) std::printf("\nindented fields are views of bits of the field above them\n");
@@ -305,14 +313,14 @@ int cmdEncode(const Args& a) {
     for (const auto& g : given) {
       if (g.id == f.id) fail("field " + f.name + " given twice");
       if (g.offset < f.offset + f.width && f.offset < g.offset + g.width)
-        fail("fields " + g.name + " (bits " + rangeText(g.offset, g.offset + g.width - 1u) + ") and " +
-             f.name + " (bits " + rangeText(f.offset, f.offset + f.width - 1u) +
+        fail("fields " + g.name + " (bits " + rangeText(g.offset, g.offset + g.width - 1u) +
+             ") and " + f.name + " (bits " + rangeText(f.offset, f.offset + f.width - 1u) +
              ") share bits; give only one of them");
     }
     given.push_back(f);
     const bool raw = isRawField(t.cls, f.id);
-    const auto value = parseFieldValue(arg.substr(eq + 1), f.width, raw,
-                                       f.name + " on " + t.where());
+    const auto value =
+        parseFieldValue(arg.substr(eq + 1), f.width, raw, f.name + " on " + t.where());
     writeField(t, f, value);
   }
   std::printf("%s\n", hexBytes(t.object->buf(), t.entryBytes()).c_str());
@@ -362,7 +370,8 @@ int cmdAddress(const Args& a) {
     return 0;
   }
 
-  const auto pick = [&](const char* opt, U32 count, const std::string& one, const std::string& many) -> U32 {
+  const auto pick = [&](const char* opt, U32 count, const std::string& one,
+                        const std::string& many) -> U32 {
     const std::string* text = a.get(opt);
     if (!text) return 0;
     const U64 v = parseNumber(*text, opt, 0xffffffffull);
@@ -378,12 +387,14 @@ int cmdAddress(const Args& a) {
   const U32 entry = pick("--entry", entries, "entry", "entries");
   const U32 element = pick("--array", elements, "array element", "array elements");
   U32 address = 0, subBlock = 0, block = 0;
-  o.getSchanAddress(address, subBlock, block, static_cast<U16>(id), entry, static_cast<U16>(element));
+  o.getSchanAddress(address, subBlock, block, static_cast<U16>(id), entry,
+                    static_cast<U16>(element));
   std::printf("%s on %s variant %u, instance %u", t.cls.c_str(), chipName(t.chip).c_str(),
               static_cast<unsigned>(t.variant), id);
   if (memory) std::printf(", entry %u", entry);
   std::printf(", array %u\n", element);
-  std::printf("address   %u (0x%x)\nsubBlock  %u\nblock     %u\n", address, address, subBlock, block);
+  std::printf("address   %u (0x%x)\nsubBlock  %u\nblock     %u\n", address, address, subBlock,
+              block);
   return 0;
 }
 

@@ -1,10 +1,10 @@
 // The subcommands. Each returns the exit status; bad input throws UsageError.
 #pragma once
 
+#include <vector>
+
 #include "Args.h"
 #include "Catalog.h"
-
-#include <vector>
 
 namespace Tool {
 

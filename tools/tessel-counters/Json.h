@@ -16,11 +16,25 @@ class Json {
   Json& beginArray(const char* key = nullptr) { return open(key, '['); }
   Json& endArray() { return close(']'); }
 
-  Json& value(const char* key, const std::string& s) { item(key); quote(s); return *this; }
+  Json& value(const char* key, const std::string& s) {
+    item(key);
+    quote(s);
+    return *this;
+  }
   Json& value(const char* key, const char* s) { return value(key, std::string(s)); }
-  Json& value(const char* key, unsigned long long n) { item(key); out_ << n; return *this; }
-  Json& value(const char* key, unsigned n) { return value(key, static_cast<unsigned long long>(n)); }
-  Json& value(const char* key, bool b) { item(key); out_ << (b ? "true" : "false"); return *this; }
+  Json& value(const char* key, unsigned long long n) {
+    item(key);
+    out_ << n;
+    return *this;
+  }
+  Json& value(const char* key, unsigned n) {
+    return value(key, static_cast<unsigned long long>(n));
+  }
+  Json& value(const char* key, bool b) {
+    item(key);
+    out_ << (b ? "true" : "false");
+    return *this;
+  }
 
   void finish() { out_ << "\n"; }
 

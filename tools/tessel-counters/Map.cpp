@@ -1,27 +1,27 @@
 // The layout picture: one row per 32-bit word, bit 31 on the left, each
 // field a labelled box over its bits. Fields that share bits (an aggregate
 // and its elements) go into separate bands of the row, the widest on top.
-#include "Commands.h"
-
 #include <algorithm>
-#include <cmath>
 #include <cerrno>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <iostream>
 #include <sstream>
 
+#include "Commands.h"
+
 namespace Tool {
 
 namespace {
 
-constexpr int kBitW = 30;     // width of one bit
-constexpr int kBandH = 40;    // height of one band of a row
-constexpr int kRowGap = 16;   // space between two words
-constexpr int kLeft = 128;    // room for the row labels
+constexpr int kBitW = 30;    // width of one bit
+constexpr int kBandH = 40;   // height of one band of a row
+constexpr int kRowGap = 16;  // space between two words
+constexpr int kLeft = 128;   // room for the row labels
 constexpr int kRight = 24;
-constexpr int kTop = 112;     // title, subtitle and bit numbers above the first row
-constexpr int kBandNote = 18; // a line more above the rows when there are bands
+constexpr int kTop = 112;       // title, subtitle and bit numbers above the first row
+constexpr int kBandNote = 18;   // a line more above the rows when there are bands
 constexpr double kCharW = 0.6;  // advance of a monospace character, per pixel of font size
 
 struct Colour {
@@ -38,11 +38,20 @@ std::string esc(const std::string& s) {
   std::string out;
   for (char c : s) {
     switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      case '"': out += "&quot;"; break;
-      default: out += c;
+      case '&':
+        out += "&amp;";
+        break;
+      case '<':
+        out += "&lt;";
+        break;
+      case '>':
+        out += "&gt;";
+        break;
+      case '"':
+        out += "&quot;";
+        break;
+      default:
+        out += c;
     }
   }
   return out;
@@ -91,24 +100,28 @@ Picture draw(const Target& t) {
   const int top = kTop + (bands > 1 ? kBandNote : 0);
 
   Picture p;
-  p.title = t.cls + " \u2014 " + chipName(t.chip) + " (" + std::to_string(static_cast<unsigned>(t.chip)) +
-            "), variant " + std::to_string(static_cast<unsigned>(t.variant));
+  p.title = t.cls + " \u2014 " + chipName(t.chip) + " (" +
+            std::to_string(static_cast<unsigned>(t.chip)) + "), variant " +
+            std::to_string(static_cast<unsigned>(t.variant));
   {
     std::ostringstream s;
     U32 address = 0, subBlock = 0, block = 0;
     o.getSchanAddress(address, subBlock, block, 0, 0, 0);
-    s << (o.isTable() ? "memory" : "register") << ", " << words << (words == 1 ? " word" : " words");
+    s << (o.isTable() ? "memory" : "register") << ", " << words
+      << (words == 1 ? " word" : " words");
     if (o.isTable()) s << " per entry, " << o.entries() << " entries";
-    s << ", " << o.arrayElements() << " array element" << (o.arrayElements() == 1 ? "" : "s") << ", "
-      << o.instanceCount() << " instance" << (o.instanceCount() == 1 ? "" : "s") << ", " << fields.size()
-      << " field" << (fields.size() == 1 ? "" : "s") << "; address " << address << " (0x" << std::hex
-      << address << std::dec << ") of instance 0, block " << block << ", subBlock " << subBlock;
+    s << ", " << o.arrayElements() << " array element" << (o.arrayElements() == 1 ? "" : "s")
+      << ", " << o.instanceCount() << " instance" << (o.instanceCount() == 1 ? "" : "s") << ", "
+      << fields.size() << " field" << (fields.size() == 1 ? "" : "s") << "; address " << address
+      << " (0x" << std::hex << address << std::dec << ") of instance 0, block " << block
+      << ", subBlock " << subBlock;
     p.subtitle = s.str();
   }
 
   // Legend: one column per 30 fields.
   const int legendRows = std::min<int>(30, std::max<int>(1, static_cast<int>(fields.size())));
-  const int legendCols = fields.empty() ? 1 : (static_cast<int>(fields.size()) + legendRows - 1) / legendRows;
+  const int legendCols =
+      fields.empty() ? 1 : (static_cast<int>(fields.size()) + legendRows - 1) / legendRows;
   std::size_t longest = 0;
   for (const auto& f : fields) longest = std::max(longest, f.name.size() + 28);
   const int legendColW = std::max(300, textWidth(std::string(longest, 'x'), 11) + 40);
@@ -120,26 +133,32 @@ Picture draw(const Target& t) {
 
   std::ostringstream s;
   s << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << width << "\" height=\"" << height
-    << "\" viewBox=\"0 0 " << width << " " << height << "\" font-family=\"DejaVu Sans Mono, Menlo, Consolas, monospace\">\n";
+    << "\" viewBox=\"0 0 " << width << " " << height
+    << "\" font-family=\"DejaVu Sans Mono, Menlo, Consolas, monospace\">\n";
   s << "<defs><pattern id=\"unused\" width=\"6\" height=\"6\" patternUnits=\"userSpaceOnUse\" "
        "patternTransform=\"rotate(45)\"><rect width=\"6\" height=\"6\" fill=\"#f1f1f1\"/>"
-       "<line x1=\"0\" y1=\"0\" x2=\"0\" y2=\"6\" stroke=\"#cfcfcf\" stroke-width=\"2\"/></pattern></defs>\n";
+       "<line x1=\"0\" y1=\"0\" x2=\"0\" y2=\"6\" stroke=\"#cfcfcf\" "
+       "stroke-width=\"2\"/></pattern></defs>\n";
   s << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
-  s << "<text x=\"24\" y=\"36\" font-size=\"20\" font-weight=\"bold\" fill=\"#222\">" << esc(p.title) << "</text>\n";
+  s << "<text x=\"24\" y=\"36\" font-size=\"20\" font-weight=\"bold\" fill=\"#222\">"
+    << esc(p.title) << "</text>\n";
   s << "<text x=\"24\" y=\"60\" font-size=\"12\" fill=\"#555\">" << esc(p.subtitle) << "</text>\n";
   if (bands > 1)
-    s << "<text x=\"24\" y=\"78\" font-size=\"12\" fill=\"#555\">Fields that share bits are drawn in "
+    s << "<text x=\"24\" y=\"78\" font-size=\"12\" fill=\"#555\">Fields that share bits are drawn "
+         "in "
       << bands << " bands: the widest view on top, the views inside it below.</text>\n";
 
   // Bit numbers within a word, and byte lanes, above the first row.
   for (int b = 0; b < 32; ++b) {
     const int x = kLeft + (31 - b) * kBitW;
-    s << "<text x=\"" << x + kBitW / 2 << "\" y=\"" << top - 8 << "\" font-size=\"10\" fill=\"#777\" "
+    s << "<text x=\"" << x + kBitW / 2 << "\" y=\"" << top - 8
+      << "\" font-size=\"10\" fill=\"#777\" "
       << "text-anchor=\"middle\">" << b << "</text>\n";
   }
   for (int byte = 0; byte < 4; ++byte) {
     const int x = kLeft + (3 - byte) * 8 * kBitW;
-    s << "<text x=\"" << x + 4 * kBitW << "\" y=\"" << top - 24 << "\" font-size=\"10\" fill=\"#999\" "
+    s << "<text x=\"" << x + 4 * kBitW << "\" y=\"" << top - 24
+      << "\" font-size=\"10\" fill=\"#999\" "
       << "text-anchor=\"middle\">byte +" << byte << "</text>\n";
   }
 
@@ -149,9 +168,11 @@ Picture draw(const Target& t) {
     for (unsigned k = f.offset; k < f.offset + f.width && k < bits; ++k) covered[k] = true;
   for (unsigned w = 0; w < words; ++w) {
     const int y = top + static_cast<int>(w) * (rowH + kRowGap);
-    s << "<text x=\"" << kLeft - 12 << "\" y=\"" << y + rowH / 2 - 2 << "\" font-size=\"13\" font-weight=\"bold\" "
+    s << "<text x=\"" << kLeft - 12 << "\" y=\"" << y + rowH / 2 - 2
+      << "\" font-size=\"13\" font-weight=\"bold\" "
       << "fill=\"#333\" text-anchor=\"end\">word " << w << "</text>\n";
-    s << "<text x=\"" << kLeft - 12 << "\" y=\"" << y + rowH / 2 + 13 << "\" font-size=\"10\" fill=\"#777\" "
+    s << "<text x=\"" << kLeft - 12 << "\" y=\"" << y + rowH / 2 + 13
+      << "\" font-size=\"10\" fill=\"#777\" "
       << "text-anchor=\"end\">bits " << 32 * w + 31 << ".." << 32 * w << "</text>\n";
     for (unsigned b = 0; b < 32; ++b) {
       if (covered[32 * w + b]) continue;
@@ -164,8 +185,9 @@ Picture draw(const Target& t) {
       const int x = kLeft + b * kBitW;
       const bool byteEdge = b % 8 == 0;
       s << "<line x1=\"" << x << "\" y1=\"" << y << "\" x2=\"" << x << "\" y2=\"" << y + rowH
-        << "\" stroke=\"" << (byteEdge ? "#888" : "#ddd") << "\" stroke-width=\"" << (byteEdge ? 1.5 : 0.6)
-        << "\"" << (byteEdge ? "" : " stroke-dasharray=\"2,3\"") << "/>\n";
+        << "\" stroke=\"" << (byteEdge ? "#888" : "#ddd") << "\" stroke-width=\""
+        << (byteEdge ? 1.5 : 0.6) << "\"" << (byteEdge ? "" : " stroke-dasharray=\"2,3\"")
+        << "/>\n";
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const auto& f = fields[i];
@@ -176,12 +198,12 @@ Picture draw(const Target& t) {
       const int x = kLeft + (31 - static_cast<int>(hi - 1 - 32 * w)) * kBitW;
       const int wpx = static_cast<int>(hi - lo) * kBitW;
       const int by = y + band[i] * kBandH;
-      s << "<g><title>" << esc(f.name) << " (" << esc(f.hardwareName) << ", id " << f.id << "): bits "
-        << rangeText(f.offset, f.offset + f.width - 1u) << ", " << f.width << " bit"
+      s << "<g><title>" << esc(f.name) << " (" << esc(f.hardwareName) << ", id " << f.id
+        << "): bits " << rangeText(f.offset, f.offset + f.width - 1u) << ", " << f.width << " bit"
         << (f.width == 1 ? "" : "s") << "</title>\n";
-      s << "<rect x=\"" << x + 1 << "\" y=\"" << by + 2 << "\" width=\"" << wpx - 2 << "\" height=\""
-        << kBandH - 4 << "\" rx=\"4\" fill=\"" << c.fill << "\" stroke=\"" << c.stroke
-        << "\" stroke-width=\"1.2\"/>\n";
+      s << "<rect x=\"" << x + 1 << "\" y=\"" << by + 2 << "\" width=\"" << wpx - 2
+        << "\" height=\"" << kBandH - 4 << "\" rx=\"4\" fill=\"" << c.fill << "\" stroke=\""
+        << c.stroke << "\" stroke-width=\"1.2\"/>\n";
       const std::string range = rangeText(f.offset, f.offset + f.width - 1u);
       const std::string key = "#" + std::to_string(i + 1);
       std::string label;
@@ -207,32 +229,38 @@ Picture draw(const Target& t) {
     for (int b = 8; b < 32; b += 8) {
       const int x = kLeft + b * kBitW;
       s << "<line x1=\"" << x << "\" y1=\"" << y - 5 << "\" x2=\"" << x << "\" y2=\"" << y + 4
-        << "\" stroke=\"#444\" stroke-width=\"1.5\"/>\n<line x1=\"" << x << "\" y1=\"" << y + rowH - 4
-        << "\" x2=\"" << x << "\" y2=\"" << y + rowH + 5 << "\" stroke=\"#444\" stroke-width=\"1.5\"/>\n";
+        << "\" stroke=\"#444\" stroke-width=\"1.5\"/>\n<line x1=\"" << x << "\" y1=\""
+        << y + rowH - 4 << "\" x2=\"" << x << "\" y2=\"" << y + rowH + 5
+        << "\" stroke=\"#444\" stroke-width=\"1.5\"/>\n";
     }
-    s << "<rect x=\"" << kLeft << "\" y=\"" << y << "\" width=\"" << 32 * kBitW << "\" height=\"" << rowH
-      << "\" fill=\"none\" stroke=\"#444\" stroke-width=\"1.5\"/>\n";
+    s << "<rect x=\"" << kLeft << "\" y=\"" << y << "\" width=\"" << 32 * kBitW << "\" height=\""
+      << rowH << "\" fill=\"none\" stroke=\"#444\" stroke-width=\"1.5\"/>\n";
   }
 
   // Legend: key, colour, name, bits and width of every field.
-  s << "<text x=\"24\" y=\"" << legendTop << "\" font-size=\"13\" font-weight=\"bold\" fill=\"#333\">Fields"
+  s << "<text x=\"24\" y=\"" << legendTop
+    << "\" font-size=\"13\" font-weight=\"bold\" fill=\"#333\">Fields"
     << "</text>\n";
-  s << "<rect x=\"" << 24 + 3 * legendColW / 4 << "\" y=\"" << legendTop - 11 << "\" width=\"14\" height=\"12\" "
+  s << "<rect x=\"" << 24 + 3 * legendColW / 4 << "\" y=\"" << legendTop - 11
+    << "\" width=\"14\" height=\"12\" "
     << "fill=\"url(#unused)\" stroke=\"#bbb\"/>\n";
-  s << "<text x=\"" << 24 + 3 * legendColW / 4 + 20 << "\" y=\"" << legendTop << "\" font-size=\"11\" "
+  s << "<text x=\"" << 24 + 3 * legendColW / 4 + 20 << "\" y=\"" << legendTop
+    << "\" font-size=\"11\" "
     << "fill=\"#555\">no field</text>\n";
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const auto& f = fields[i];
     const Colour& c = kPalette[i % (sizeof kPalette / sizeof kPalette[0])];
     const int col = static_cast<int>(i) / legendRows, row = static_cast<int>(i) % legendRows;
     const int x = 24 + col * legendColW, y = legendTop + 22 + row * 18;
-    s << "<rect x=\"" << x << "\" y=\"" << y - 11 << "\" width=\"14\" height=\"12\" rx=\"2\" fill=\"" << c.fill
-      << "\" stroke=\"" << c.stroke << "\"/>\n";
+    s << "<rect x=\"" << x << "\" y=\"" << y - 11
+      << "\" width=\"14\" height=\"12\" rx=\"2\" fill=\"" << c.fill << "\" stroke=\"" << c.stroke
+      << "\"/>\n";
     char line[64];
     std::snprintf(line, sizeof line, "%-5s", ("#" + std::to_string(i + 1)).c_str());
-    s << "<text x=\"" << x + 20 << "\" y=\"" << y << "\" font-size=\"11\" fill=\"#222\" xml:space=\"preserve\">"
-      << esc(line) << esc(f.name) << "  <tspan fill=\"#666\">bits "
-      << rangeText(f.offset, f.offset + f.width - 1u) << " (" << f.width << ")</tspan></text>\n";
+    s << "<text x=\"" << x + 20 << "\" y=\"" << y
+      << "\" font-size=\"11\" fill=\"#222\" xml:space=\"preserve\">" << esc(line) << esc(f.name)
+      << "  <tspan fill=\"#666\">bits " << rangeText(f.offset, f.offset + f.width - 1u) << " ("
+      << f.width << ")</tspan></text>\n";
   }
   s << "</svg>\n";
   p.svg = s.str();
@@ -241,23 +269,29 @@ Picture draw(const Target& t) {
 
 std::string html(const Target& t, const Picture& p) {
   std::ostringstream h;
-  h << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" << esc(p.title)
+  h << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>"
+    << esc(p.title)
     << "</title>\n<style>\n"
-       "body { font-family: 'DejaVu Sans', Helvetica, Arial, sans-serif; margin: 24px; color: #222; }\n"
+       "body { font-family: 'DejaVu Sans', Helvetica, Arial, sans-serif; margin: 24px; color: "
+       "#222; }\n"
        "h1 { font-size: 20px; margin: 0 0 4px; } p.sub { color: #555; margin: 0 0 16px; }\n"
        "table { border-collapse: collapse; margin-top: 20px; font-size: 13px; }\n"
        "th, td { border: 1px solid #ccc; padding: 3px 10px; text-align: left; }\n"
-       "td.n { text-align: right; font-variant-numeric: tabular-nums; } th { background: #f3f3f3; }\n"
+       "td.n { text-align: right; font-variant-numeric: tabular-nums; } th { background: #f3f3f3; "
+       "}\n"
        "code { font-family: 'DejaVu Sans Mono', monospace; }\n"
-       "</style>\n</head>\n<body>\n<h1>" << esc(p.title) << "</h1>\n<p class=\"sub\">" << esc(p.subtitle)
-    << "</p>\n" << p.svg
-    << "<table>\n<tr><th>#</th><th>field</th><th>hardware name</th><th>id</th><th>bits</th><th>width</th></tr>\n";
+       "</style>\n</head>\n<body>\n<h1>"
+    << esc(p.title) << "</h1>\n<p class=\"sub\">" << esc(p.subtitle) << "</p>\n"
+    << p.svg
+    << "<table>\n<tr><th>#</th><th>field</th><th>hardware "
+       "name</th><th>id</th><th>bits</th><th>width</th></tr>\n";
   const auto fields = fieldsOf(*t.object);
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const auto& f = fields[i];
-    h << "<tr><td class=\"n\">" << i + 1 << "</td><td><code>" << esc(f.name) << "</code></td><td><code>"
-      << esc(f.hardwareName) << "</code></td><td class=\"n\">" << f.id << "</td><td class=\"n\">"
-      << rangeText(f.offset, f.offset + f.width - 1u) << "</td><td class=\"n\">" << f.width << "</td></tr>\n";
+    h << "<tr><td class=\"n\">" << i + 1 << "</td><td><code>" << esc(f.name)
+      << "</code></td><td><code>" << esc(f.hardwareName) << "</code></td><td class=\"n\">" << f.id
+      << "</td><td class=\"n\">" << rangeText(f.offset, f.offset + f.width - 1u)
+      << "</td><td class=\"n\">" << f.width << "</td></tr>\n";
   }
   h << "</table>\n</body>\n</html>\n";
   return h.str();
@@ -276,10 +310,12 @@ void writeOut(const std::string& path, const std::string& text) {
 }  // namespace
 
 int cmdMap(const Args& a) {
-  if (a.positional.size() > 1) fail("unexpected argument '" + a.positional[1] + "'; map takes one class name");
+  if (a.positional.size() > 1)
+    fail("unexpected argument '" + a.positional[1] + "'; map takes one class name");
   const std::string* svgPath = a.get("--svg");
   const std::string* htmlPath = a.get("--html");
-  if (!svgPath && !htmlPath) fail("map needs --svg FILE or --html FILE (or both; FILE '-' is stdout)");
+  if (!svgPath && !htmlPath)
+    fail("map needs --svg FILE or --html FILE (or both; FILE '-' is stdout)");
   if (svgPath && htmlPath && *svgPath == "-" && *htmlPath == "-")
     fail("--svg and --html can't both go to stdout; give one of them a file");
   const Target t = resolveTarget(a);

@@ -3,10 +3,10 @@
 // public API and asks the queries that never stop before any that could, so
 // bad input ends in one line of message and exit status 2, never in a fatal
 // check.
+#include <iostream>
+
 #include "Args.h"
 #include "Commands.h"
-
-#include <iostream>
 
 namespace {
 
@@ -73,8 +73,12 @@ int main(int argc, char** argv) {
       return cmdEncode(parseArgs(argc, argv, 2, {chip, variant, {"--from", true}}));
     if (command == "address")
       return cmdAddress(parseArgs(argc, argv, 2,
-                                  {chip, variant, {"--instance", true}, {"--entry", true},
-                                   {"--array", true}, {"--all", false}}));
+                                  {chip,
+                                   variant,
+                                   {"--instance", true},
+                                   {"--entry", true},
+                                   {"--array", true},
+                                   {"--all", false}}));
     if (command == "map")
       return cmdMap(parseArgs(argc, argv, 2, {chip, variant, {"--svg", true}, {"--html", true}}));
     fail("unknown command '" + command + "'; commands: " + kCommands);
