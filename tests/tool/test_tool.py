@@ -208,7 +208,7 @@ class Encode(unittest.TestCase):
         self.assertIn("stsType", err)
         self.assertIn("mapSts0ToType", err)
         rc, out, err = run("decode", "EtppbMapStsToType", "--chip", "10", "--json", "01" + "00" * 7)
-        view_of = {f["name"]: f["viewOf"] for f in json.loads(out)["fields"]}
+        view_of = {f["name"]: f.get("viewOf") for f in json.loads(out)["fields"]}
         self.assertEqual((None, "mapStsToType", "mapSts0ToType", "mapStsToType"),
                          (view_of["mapStsToType"], view_of["mapSts0ToType"], view_of["stsType"],
                           view_of["mapSts31ToType"]))
