@@ -76,14 +76,15 @@ struct Window {
                 static_cast<std::size_t>(nbits >> 3));
     return;
   }
-  // Unrolled, so that a RawN field of constant offsets becomes straight loads.
+  // Counted, so that with a constant width the loop unrolls and a RawN field
+  // becomes straight loads and stores.
+  const int chunks = (nbits + 55) / 56;
 #pragma GCC unroll 24
-  while (nbits > 0) {
-    const int n = nbits < 56 ? nbits : 56;
-    BitsImpl::write(dst, dstLen, dstBitOffset, n, BitsImpl::read(src, srcLen, srcBitOffset, n));
-    nbits -= n;
-    dstBitOffset += n;
-    srcBitOffset += n;
+  for (int c = 0; c < chunks; ++c) {
+    const int done = 56 * c;
+    const int n = nbits - done < 56 ? nbits - done : 56;
+    BitsImpl::write(dst, dstLen, dstBitOffset + done, n,
+                    BitsImpl::read(src, srcLen, srcBitOffset + done, n));
   }
 }
 
