@@ -5,6 +5,7 @@
 #include <Orrery/Assert.h>
 #include <TesselCounters/AccessorBase.h>
 
+#include <atomic>
 #include <cstring>
 
 // The source unit that traces and assertions name.
@@ -31,51 +32,61 @@
     }                                                                               \
   } while (0)
 
-#define TC_TRACE_ON(level) \
-  (::TesselCounters::_defaultTraceHandle().facility().isOn(level))
-
-#define TC_TRACE_OPEN(level, function)                                                         \
-  ::Wisp::TraceHelper tcTrace_(::TesselCounters::_defaultTraceHandle(),                        \
-                               ::Wisp::TraceFacility::FacilityLevel(level), TC_UNIT, __LINE__, \
-                               function)
+// Trace lines. A traced function pays, while its level is off, one test of the
+// level mask: the mask is read through traceFacility, which the handle's
+// first use points at the handle's own facility. Until then it points at a
+// facility with every level on, so that the first test of any level lands in
+// the out-of-line writer, which builds the handle and asks it again. The line
+// itself is built out of line too, so that no caller carries its stack frame.
+#define TC_TRACE_ON(level)                                                                   \
+  (__builtin_expect(                                                                         \
+      ::TesselCounters::traceFacility.load(std::memory_order_acquire)->isOn(level), 0))
 
 // Entry line: "<signature> chipType: <chip> variant: <variant>".
-#define TC_TRACE(level, function, signature, chip, var)                                   \
-  do {                                                                                    \
-    if (TC_TRACE_ON(level)) {                                                             \
-      TC_TRACE_OPEN(level, function);                                                     \
-      tcTrace_.stream() << signature << " chipType: " << (chip) << " variant: " << (var); \
-    }                                                                                     \
+#define TC_TRACE(level, function, signature, chip, var)                                       \
+  do {                                                                                        \
+    if (TC_TRACE_ON(level)) ::TesselCounters::traceEntry(level, __LINE__, function, signature, \
+                                                         (chip), (var));                       \
   } while (0)
 
-// Entry line of hasIdentifier, which adds the identifier.
-#define TC_TRACE_ID(level, function, signature, chip, var, id)                           \
-  do {                                                                                   \
-    if (TC_TRACE_ON(level)) {                                                            \
-      TC_TRACE_OPEN(level, function);                                                    \
-      tcTrace_.stream() << signature << " chipType: " << (chip) << " variant: " << (var) \
-                        << " identifier: " << (id);                                      \
-    }                                                                                    \
+// Entry line of hasIdentifier, which adds " identifier: <identifier>".
+#define TC_TRACE_ID(level, function, signature, chip, var, id)                                  \
+  do {                                                                                          \
+    if (TC_TRACE_ON(level)) ::TesselCounters::traceEntryId(level, __LINE__, function, signature, \
+                                                           (chip), (var), (id));                 \
   } while (0)
 
 // Level 0 line of a getSchanAddress that found no such chip and variant.
-#define TC_TRACE_FAILED(function, signature, chip, var)                                  \
-  do {                                                                                   \
-    if (TC_TRACE_ON(0)) {                                                                \
-      TC_TRACE_OPEN(0, function);                                                        \
-      tcTrace_.stream() << signature << " chipType: " << (chip) << " variant: " << (var) \
-                        << " failed.";                                                   \
-    }                                                                                    \
+#define TC_TRACE_FAILED(function, signature, chip, var)                                           \
+  do {                                                                                            \
+    if (TC_TRACE_ON(0)) ::TesselCounters::traceFailed(__LINE__, function, signature, (chip), (var)); \
   } while (0)
 
 // Constructor line: "<class> chipType: <chip name> variant: <variant>".
-#define TC_TRACE_CTOR(className, text, var)    \
-  do {                                         \
-    if (TC_TRACE_ON(8)) {                      \
-      TC_TRACE_OPEN(8, className);             \
-      tcTrace_.stream() << text << (var);      \
-    }                                          \
+#define TC_TRACE_CTOR(className, text, var)                                      \
+  do {                                                                           \
+    if (TC_TRACE_ON(8)) ::TesselCounters::traceCtor(__LINE__, className, text, (var)); \
   } while (0)
+
+#define TC_INTERNAL __attribute__((visibility("hidden")))
+#define TC_COLD __attribute__((visibility("hidden"), cold, noinline))
+
+namespace TesselCounters {
+
+// The facility whose mask the trace tests read (see TC_TRACE_ON).
+extern TC_INTERNAL std::atomic<const Wisp::TraceFacility*> traceFacility;
+
+// Each writes one line if its level is on in the handle, which it builds on
+// first use. `line` is where the trace stands in the caller.
+TC_COLD void traceEntry(unsigned level, int line, const char* function, const char* signature,
+                        U32 chip, U32 variant);
+TC_COLD void traceEntryId(unsigned level, int line, const char* function, const char* signature,
+                          U32 chip, U32 variant, U32 identifier);
+TC_COLD void traceFailed(int line, const char* function, const char* signature, U32 chip,
+                         U32 variant);
+TC_COLD void traceCtor(int line, const char* className, const char* text, U32 variant);
+
+}  // namespace TesselCounters
 
 namespace TesselCounters {
 

@@ -20,6 +20,11 @@ class TraceFacility {
  public:
   enum FacilityLevel : U8 {};
 
+  TraceFacility() = default;
+  // A facility with the given levels on from the start; constant-initialised
+  // where the object is static.
+  constexpr explicit TraceFacility(U16 mask) : mask_(mask) {}
+
   bool isOn(unsigned level) const {
     return (mask_.load(std::memory_order_relaxed) >> level) & 1u;
   }
