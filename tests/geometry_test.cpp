@@ -249,24 +249,13 @@ TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
   EXPECT_EQ(std::make_pair(20u, 27u), std::make_pair(s, k));
   BlockMap::CDU(10, 1, 9, s, k);
   EXPECT_EQ(std::make_pair(26u, 7u), std::make_pair(s, k));
-  // 88859 has the first eight of the sixteen CDU v1 instances of 88850.
+  // 88859 has the first eight of the sixteen CDU v1 instances of 88850; NBU
+  // and the other instance lists are in the status addressing test.
   for (U32 id = 0; id < 8; ++id) {
     U32 s50, k50;
     BlockMap::CDU(12, 1, id, s50, k50);
     BlockMap::CDU(14, 1, id, s, k);
     EXPECT_EQ(std::make_pair(s50, k50), std::make_pair(s, k));
-  }
-  // NBU: 390-398 and 650-658 on 88860y; 88870 has its own order of sixteen.
-  for (U32 id = 0; id < 18; ++id) {
-    BlockMap::NBU(17, 0, id, s, k);
-    EXPECT_EQ(id < 9 ? 390 + id : 650 + id - 9, k);
-  }
-  const U32 nbu88870[16] = {390, 391, 392, 393, 650, 651, 652, 653,
-                            395, 396, 397, 398, 655, 656, 657, 658};
-  for (U32 id = 0; id < 16; ++id) {
-    BlockMap::NBU(26, 0, id, s, k);
-    EXPECT_EQ(nbu88870[id], k);
-    EXPECT_EQ(0u, s);
   }
   for (U32 id = 0; id < 8; ++id) {
     BlockMap::NBUTRX(25, 0, id, s, k);
