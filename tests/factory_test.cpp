@@ -30,42 +30,20 @@ using namespace Hardware;
 
 namespace {
 
-struct Key {
-  const char* name;
-  U16 storage;
-  U16 (*width)(U32, U8);
-  bool memory;
-};
-
-const std::vector<Key> kKeys = {
-    {"CrpsEngineInitRequest", 8, &CrpsEngineInitRequest::width, false},
-    {"CrpsEngineMmuxEn", 8, &CrpsEngineMmuxEn::width, false},
-    {"CrpsEngineScanEnable", 8, &CrpsEngineScanEnable::width, false},
-    {"CrpsEnginesDmaSelect", 8, &CrpsEnginesDmaSelect::width, false},
-    {"CrpsModulesrcCfg", 16, &CrpsModulesrcCfg::width, false},
-    {"CrpsReservedSpare2", 4, &CrpsReservedSpare2::width, false},
-    {"CrpsTypeMapMem", 4, &CrpsTypeMapMem::width, true},
-};
-
-TEST(Factory, EveryKeyOnEveryValidChipGivesAFreshZeroedObject) {
-  for (const auto& k : kKeys) {
-    for (ChipType chip : tc::allChips()) {
-      if (!Hardware::chipTypeVariantValid(k.name, chip, 0)) continue;
-      auto a = stringObj(k.name, chip, 0);
-      auto b = stringObj(k.name, chip, 0);
-      ASSERT_NE(a, b);
-      EXPECT_NE(a->buf(), b->buf());
-      EXPECT_EQ(k.storage, a->len()) << k.name;
-      EXPECT_EQ(k.width(tc::num(chip), 0), a->width());
-      EXPECT_EQ(k.memory, a->isTable());
-      EXPECT_EQ(static_cast<U8>(chip), a->chipType());
-      for (U16 i = 0; i < a->len(); ++i) EXPECT_EQ(0, a->buf()[i]);
-      // Writing through one object leaves the other's buffer alone.
+// Storage, width and kind of each key are checked in factory_keys_test; here
+// each object is fresh: its own zeroed buffer, untouched by the other's writes.
+TEST(Factory, EveryCallGivesAFreshZeroedObject) {
+  for (U32 i = 0; i < accessorClassCount(); ++i) {
+    const char* name = accessorClassName(i);
+    for (ChipType chip : {ChipType::BCM88850_A0, ChipType::BCM88490_A0}) {
+      if (!Hardware::chipTypeVariantValid(name, chip, 0)) continue;
+      auto a = stringObj(name, chip, 0);
+      auto b = stringObj(name, chip, 0);
+      ASSERT_NE(a->buf(), b->buf()) << name;
       U32 id = FieldIds::kFirst;
-      while (!a->isFieldValid(id)) ++id;
+      while (id < FieldIds::kLast && (!a->isFieldValid(id) || a->fieldWidth(id) > 64)) ++id;
       a->setField64(id, 1);
-      EXPECT_EQ(1u, a->stringField(fieldIdAccessorName(id), 0));
-      for (U16 i = 0; i < b->len(); ++i) EXPECT_EQ(0, b->buf()[i]);
+      for (U16 k = 0; k < b->len(); ++k) ASSERT_EQ(0, b->buf()[k]) << name;
     }
   }
 }
@@ -114,19 +92,6 @@ TEST(Factory, OneAllocationPerObjectAndNoneForQueries) {
     object->fieldWidth(FieldIds::MODULESRC_N_GROUP_SIZE_0);
   }
   EXPECT_EQ(0, allocations.load() - queries);
-}
-
-TEST(Factory, ClassListNamesEveryKeyInAsciiOrder) {
-  ASSERT_GE(accessorClassCount(), kKeys.size());
-  for (U32 i = 1; i < accessorClassCount(); ++i)
-    EXPECT_LT(std::string(accessorClassName(i - 1)), std::string(accessorClassName(i)));
-  EXPECT_EQ(nullptr, accessorClassName(accessorClassCount()));
-  for (const auto& k : kKeys) {
-    bool found = false;
-    for (U32 i = 0; i < accessorClassCount(); ++i)
-      found |= std::string(accessorClassName(i)) == k.name;
-    EXPECT_TRUE(found) << k.name;
-  }
 }
 
 }  // namespace
