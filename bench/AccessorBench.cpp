@@ -29,11 +29,21 @@ void* operator new(std::size_t n) {
   if (void* p = std::malloc(n ? n : 1)) return p;
   throw std::bad_alloc();
 }
-void* operator new[](std::size_t n) { return operator new(n); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+void* operator new[](std::size_t n) {
+  return operator new(n);
+}
+void operator delete(void* p) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p) noexcept {
+  std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+  std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+  std::free(p);
+}
 
 namespace {
 
@@ -46,7 +56,8 @@ class AllocationCount {
       : state_(state), start_(gAllocations.load(std::memory_order_relaxed)) {}
   ~AllocationCount() {
     const long n = gAllocations.load(std::memory_order_relaxed) - start_;
-    state_.counters["allocs"] = benchmark::Counter(static_cast<double>(n), benchmark::Counter::kAvgIterations);
+    state_.counters["allocs"] =
+        benchmark::Counter(static_cast<double>(n), benchmark::Counter::kAvgIterations);
   }
 
  private:
@@ -54,7 +65,7 @@ class AllocationCount {
   long start_;
 };
 
-constexpr ChipType kChip = ChipType::BCM88860_A0;   // CrpsEngineCfg, 11 words
+constexpr ChipType kChip = ChipType::BCM88860_A0;     // CrpsEngineCfg, 11 words
 constexpr ChipType kPfcChip = ChipType::BCM88850_A0;  // CfcEgqPfcStatus, PqpEgressQueuesEmpty
 
 // One buffer per class, shared by the accessor and the baseline view.
@@ -99,7 +110,8 @@ bool baselineMatchesAccessors() {
   ok &= o.cfg.engineNAvoidSeqScanValue() == raw;
   Baseline::narrowIsChecked(o.cfgChecked, 0x15);
   ok &= Baseline::narrowChecked(o.cfgChecked) == 0x15;
-  ok &= o.cfg.engineNWeightShiftRatio() == 0x15 && o.cfg.engineNScanPulsesDelayBeforeCount() == 0x1234;
+  ok &= o.cfg.engineNWeightShiftRatio() == 0x15 &&
+        o.cfg.engineNScanPulsesDelayBeforeCount() == 0x1234;
   return ok;
 }
 
@@ -108,44 +120,44 @@ bool baselineMatchesAccessors() {
 
 const Raw128 kRawValue = {{1, 2, 3, 4, 5, 6, 7, 8, 9}};
 
-#define GETTER_BENCH(name, expr)                     \
-  void name(benchmark::State& state) {               \
-    Objects& o = objects();                          \
-    AllocationCount count(state);                    \
-    for (auto _ : state) {                           \
-      benchmark::DoNotOptimize(expr);                \
-      benchmark::ClobberMemory();                    \
-    }                                                \
-  }                                                  \
+#define GETTER_BENCH(name, expr)       \
+  void name(benchmark::State& state) { \
+    Objects& o = objects();            \
+    AllocationCount count(state);      \
+    for (auto _ : state) {             \
+      benchmark::DoNotOptimize(expr);  \
+      benchmark::ClobberMemory();      \
+    }                                  \
+  }                                    \
   BENCHMARK(name)
 
 // A RawN result is kept in memory and only its address escapes: handing the
 // array itself to DoNotOptimize would reload it whole right after the callee
 // stored it in pieces, a store-forwarding stall that is the harness's, not
 // the accessor's.
-#define RAW_GETTER_BENCH(name, expr)                 \
-  void name(benchmark::State& state) {               \
-    Objects& o = objects();                          \
-    AllocationCount count(state);                    \
-    for (auto _ : state) {                           \
-      const auto result = expr;                      \
-      benchmark::DoNotOptimize(&result);             \
-      benchmark::ClobberMemory();                    \
-    }                                                \
-  }                                                  \
+#define RAW_GETTER_BENCH(name, expr)     \
+  void name(benchmark::State& state) {   \
+    Objects& o = objects();              \
+    AllocationCount count(state);        \
+    for (auto _ : state) {               \
+      const auto result = expr;          \
+      benchmark::DoNotOptimize(&result); \
+      benchmark::ClobberMemory();        \
+    }                                    \
+  }                                      \
   BENCHMARK(name)
 
-#define SETTER_BENCH(name, type, init, stmt)         \
-  void name(benchmark::State& state) {               \
-    Objects& o = objects();                          \
-    type value = init;                               \
-    AllocationCount count(state);                    \
-    for (auto _ : state) {                           \
-      benchmark::DoNotOptimize(value);               \
-      stmt;                                          \
-      benchmark::ClobberMemory();                    \
-    }                                                \
-  }                                                  \
+#define SETTER_BENCH(name, type, init, stmt) \
+  void name(benchmark::State& state) {       \
+    Objects& o = objects();                  \
+    type value = init;                       \
+    AllocationCount count(state);            \
+    for (auto _ : state) {                   \
+      benchmark::DoNotOptimize(value);       \
+      stmt;                                  \
+      benchmark::ClobberMemory();            \
+    }                                        \
+  }                                          \
   BENCHMARK(name)
 
 GETTER_BENCH(Narrow_Get_Accessor, o.cfg.engineNWeightShiftRatio());
@@ -162,7 +174,8 @@ GETTER_BENCH(Straddle_Get_Baseline, Baseline::straddle(o.cfgView));
 GETTER_BENCH(Straddle_Get_BaselineInline, Baseline::straddleInline(o.cfgView));
 SETTER_BENCH(Straddle_Set_Accessor, U16, 0xbeef, o.cfg.engineNScanPulsesDelayBeforeCountIs(value));
 SETTER_BENCH(Straddle_Set_Baseline, U16, 0xbeef, Baseline::straddleIs(o.cfgView, value));
-SETTER_BENCH(Straddle_Set_BaselineInline, U16, 0xbeef, Baseline::straddleIsInline(o.cfgView, value));
+SETTER_BENCH(Straddle_Set_BaselineInline, U16, 0xbeef,
+             Baseline::straddleIsInline(o.cfgView, value));
 
 GETTER_BENCH(Wide64_Get_Accessor, o.pfc.egqPfcStatus());
 GETTER_BENCH(Wide64_Get_Baseline, Baseline::wide(o.pfcView));
@@ -175,35 +188,37 @@ SETTER_BENCH(Wide64_Set_BaselineInline, U64, 0x0123456789abcdefull,
 RAW_GETTER_BENCH(Raw128_Get_Accessor, o.cfg.engineNAvoidSeqScanValue());
 RAW_GETTER_BENCH(Raw128_Get_Baseline, Baseline::raw(o.cfgView));
 RAW_GETTER_BENCH(Raw128_Get_BaselineInline, Baseline::rawInline(o.cfgView));
-SETTER_BENCH(Raw128_Set_Accessor, Raw128, kRawValue,
-             o.cfg.engineNAvoidSeqScanValueIs(value));
-SETTER_BENCH(Raw128_Set_Baseline, Raw128, kRawValue,
-             Baseline::rawIs(o.cfgView, value));
-SETTER_BENCH(Raw128_Set_BaselineInline, Raw128, kRawValue,
-             Baseline::rawIsInline(o.cfgView, value));
+SETTER_BENCH(Raw128_Set_Accessor, Raw128, kRawValue, o.cfg.engineNAvoidSeqScanValueIs(value));
+SETTER_BENCH(Raw128_Set_Baseline, Raw128, kRawValue, Baseline::rawIs(o.cfgView, value));
+SETTER_BENCH(Raw128_Set_BaselineInline, Raw128, kRawValue, Baseline::rawIsInline(o.cfgView, value));
 
 // ---------------------------------------------------------------------------
 // By identifier and by name, through the root class as a factory user calls.
 
 SETTER_BENCH(Narrow_Set_ById, U64, 0x2a,
-             static_cast<Orrery::AsicBase&>(o.cfg).setField64(FieldIds::ENGINE_N_WEIGHT_SHIFT_RATIO, value));
-SETTER_BENCH(Straddle_Set_ById, U64, 0xbeef,
-             static_cast<Orrery::AsicBase&>(o.cfg).setField64(FieldIds::ENGINE_N_SCAN_PULSES_DELAY_BEFORE_COUNT,
+             static_cast<Orrery::AsicBase&>(o.cfg).setField64(FieldIds::ENGINE_N_WEIGHT_SHIFT_RATIO,
                                                               value));
+SETTER_BENCH(Straddle_Set_ById, U64, 0xbeef,
+             static_cast<Orrery::AsicBase&>(o.cfg).setField64(
+                 FieldIds::ENGINE_N_SCAN_PULSES_DELAY_BEFORE_COUNT, value));
 SETTER_BENCH(Wide64_Set_ById, U64, 0x0123456789abcdefull,
              static_cast<Orrery::AsicBase&>(o.pfc).setField64(FieldIds::EGQ_PFC_STATUS, value));
 
-const Larch::String kNarrowName("engineNWeightShiftRatio");  // the second comparison of CrpsEngineCfg
+const Larch::String kNarrowName(
+    "engineNWeightShiftRatio");  // the second comparison of CrpsEngineCfg
 GETTER_BENCH(Narrow_Get_ByName, static_cast<Orrery::AsicBase&>(o.cfg).stringField(kNarrowName, 0));
-SETTER_BENCH(Narrow_Set_ByName, U64, 0x2a, static_cast<Orrery::AsicBase&>(o.cfg).stringFieldIs(kNarrowName, value));
+SETTER_BENCH(Narrow_Set_ByName, U64, 0x2a,
+             static_cast<Orrery::AsicBase&>(o.cfg).stringFieldIs(kNarrowName, value));
 
 // PqpEgressQueuesEmpty compares up to 513 names: eqmEmpty first, queueEmpty0
 // second (eqmEmpty is a Raw512, which stringFieldIs refuses), queueEmpty511 last.
 const Larch::String kFirstName("eqmEmpty");
 const Larch::String kFirstSettableName("queueEmpty0");
 const Larch::String kLastName("queueEmpty511");
-GETTER_BENCH(Queues_Get_ByName_First, static_cast<Orrery::AsicBase&>(o.queues).stringField(kFirstName, 0));
-GETTER_BENCH(Queues_Get_ByName_Last, static_cast<Orrery::AsicBase&>(o.queues).stringField(kLastName, 0));
+GETTER_BENCH(Queues_Get_ByName_First,
+             static_cast<Orrery::AsicBase&>(o.queues).stringField(kFirstName, 0));
+GETTER_BENCH(Queues_Get_ByName_Last,
+             static_cast<Orrery::AsicBase&>(o.queues).stringField(kLastName, 0));
 SETTER_BENCH(Queues_Set_ByName_Second, U64, 1,
              static_cast<Orrery::AsicBase&>(o.queues).stringFieldIs(kFirstSettableName, value));
 SETTER_BENCH(Queues_Set_ByName_Last, U64, 1,

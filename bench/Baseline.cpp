@@ -5,14 +5,30 @@
 
 namespace Baseline {
 
-U8 narrow(const View& v) { return narrowInline(v); }
-void narrowIs(View& v, U8 value) { narrowIsInline(v, value); }
-U16 straddle(const View& v) { return straddleInline(v); }
-void straddleIs(View& v, U16 value) { straddleIsInline(v, value); }
-U64 wide(const View& v) { return wideInline(v); }
-void wideIs(View& v, U64 value) { wideIsInline(v, value); }
-Raw128 raw(const View& v) { return rawInline(v); }
-void rawIs(View& v, const Raw128& value) { rawIsInline(v, value); }
+U8 narrow(const View& v) {
+  return narrowInline(v);
+}
+void narrowIs(View& v, U8 value) {
+  narrowIsInline(v, value);
+}
+U16 straddle(const View& v) {
+  return straddleInline(v);
+}
+void straddleIs(View& v, U16 value) {
+  straddleIsInline(v, value);
+}
+U64 wide(const View& v) {
+  return wideInline(v);
+}
+void wideIs(View& v, U64 value) {
+  wideIsInline(v, value);
+}
+Raw128 raw(const View& v) {
+  return rawInline(v);
+}
+void rawIs(View& v, const Raw128& value) {
+  rawIsInline(v, value);
+}
 
 namespace {
 const U16 kNoLevels = 0;

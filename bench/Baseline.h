@@ -23,16 +23,22 @@ inline U64 load64(const U8* p) {
   std::memcpy(&w, p, 8);
   return w;
 }
-inline void store64(U8* p, U64 w) { std::memcpy(p, &w, 8); }
+inline void store64(U8* p, U64 w) {
+  std::memcpy(p, &w, 8);
+}
 inline U32 load32(const U8* p) {
   U32 w;
   std::memcpy(&w, p, 4);
   return w;
 }
-inline void store32(U8* p, U32 w) { std::memcpy(p, &w, 4); }
+inline void store32(U8* p, U32 w) {
+  std::memcpy(p, &w, 4);
+}
 
 // CrpsEngineCfg on BCM88860_A0: engineNWeightShiftRatio, bits 8..13.
-inline U8 narrowInline(const View& v) { return static_cast<U8>(v.buf[1] & 0x3f); }
+inline U8 narrowInline(const View& v) {
+  return static_cast<U8>(v.buf[1] & 0x3f);
+}
 inline void narrowIsInline(View& v, U8 value) {
   v.buf[1] = static_cast<U8>((v.buf[1] & ~0x3f) | (value & 0x3f));
 }
@@ -48,8 +54,12 @@ inline void straddleIsInline(View& v, U16 value) {
 }
 
 // CfcEgqPfcStatus on BCM88850_A0: egqPfcStatus, bits 0..63.
-inline U64 wideInline(const View& v) { return load64(v.buf); }
-inline void wideIsInline(View& v, U64 value) { store64(v.buf, value); }
+inline U64 wideInline(const View& v) {
+  return load64(v.buf);
+}
+inline void wideIsInline(View& v, U64 value) {
+  store64(v.buf, value);
+}
 
 // CrpsEngineCfg on BCM88860_A0: engineNAvoidSeqScanValue, a Raw128 of bits
 // 142..213 (bytes 17..26).

@@ -13,23 +13,24 @@
 
 // Plain assertion: the platform's assertion failure with the condition's text.
 // Not affected by NDEBUG.
-#define TC_ASSERT(cond)                                                 \
-  do {                                                                  \
+#define TC_ASSERT(cond)                                                                     \
+  do {                                                                                      \
     if (!(cond)) ::Orrery::assertionFailure(#cond, TC_UNIT, __LINE__, __PRETTY_FUNCTION__); \
   } while (0)
 
 // Message assertion: the message goes to stderr through the helper first,
 // then the platform's assertion failure follows with the quoted condition
 // compared to a null pointer.
-#define TC_SASSERT(cond, message)                                                   \
-  do {                                                                              \
-    if (!(cond)) {                                                                  \
-      {                                                                             \
-        ::Wisp::SassertHelper tcSassert_(#cond);                                    \
-        tcSassert_.stream() message;                                                \
-      }                                                                             \
-      ::Orrery::assertionFailure("\"" #cond "\" == nullptr", TC_UNIT, __LINE__, __PRETTY_FUNCTION__); \
-    }                                                                               \
+#define TC_SASSERT(cond, message)                                               \
+  do {                                                                          \
+    if (!(cond)) {                                                              \
+      {                                                                         \
+        ::Wisp::SassertHelper tcSassert_(#cond);                                \
+        tcSassert_.stream() message;                                            \
+      }                                                                         \
+      ::Orrery::assertionFailure("\"" #cond "\" == nullptr", TC_UNIT, __LINE__, \
+                                 __PRETTY_FUNCTION__);                          \
+    }                                                                           \
   } while (0)
 
 // Trace lines. A traced function pays, while its level is off, one test of the
@@ -38,33 +39,34 @@
 // facility with every level on, so that the first test of any level lands in
 // the out-of-line writer, which builds the handle and asks it again. The line
 // itself is built out of line too, so that no caller carries its stack frame.
-#define TC_TRACE_ON(level)                                                                   \
-  (__builtin_expect(                                                                         \
-      ::TesselCounters::traceFacility.load(std::memory_order_acquire)->isOn(level), 0))
+#define TC_TRACE_ON(level)                                                                        \
+  (__builtin_expect(::TesselCounters::traceFacility.load(std::memory_order_acquire)->isOn(level), \
+                    0))
 
 // Entry line: "<signature> chipType: <chip> variant: <variant>".
-#define TC_TRACE(level, function, signature, chip, var)                                       \
-  do {                                                                                        \
-    if (TC_TRACE_ON(level)) ::TesselCounters::traceEntry(level, __LINE__, function, signature, \
-                                                         (chip), (var));                       \
+#define TC_TRACE(level, function, signature, chip, var)                                  \
+  do {                                                                                   \
+    if (TC_TRACE_ON(level))                                                              \
+      ::TesselCounters::traceEntry(level, __LINE__, function, signature, (chip), (var)); \
   } while (0)
 
 // Entry line of hasIdentifier, which adds " identifier: <identifier>".
-#define TC_TRACE_ID(level, function, signature, chip, var, id)                                  \
-  do {                                                                                          \
-    if (TC_TRACE_ON(level)) ::TesselCounters::traceEntryId(level, __LINE__, function, signature, \
-                                                           (chip), (var), (id));                 \
+#define TC_TRACE_ID(level, function, signature, chip, var, id)                                   \
+  do {                                                                                           \
+    if (TC_TRACE_ON(level))                                                                      \
+      ::TesselCounters::traceEntryId(level, __LINE__, function, signature, (chip), (var), (id)); \
   } while (0)
 
 // Level 0 line of a getSchanAddress that found no such chip and variant.
-#define TC_TRACE_FAILED(function, signature, chip, var)                                           \
-  do {                                                                                            \
-    if (TC_TRACE_ON(0)) ::TesselCounters::traceFailed(__LINE__, function, signature, (chip), (var)); \
+#define TC_TRACE_FAILED(function, signature, chip, var)                            \
+  do {                                                                             \
+    if (TC_TRACE_ON(0))                                                            \
+      ::TesselCounters::traceFailed(__LINE__, function, signature, (chip), (var)); \
   } while (0)
 
 // Constructor line: "<class> chipType: <chip name> variant: <variant>".
-#define TC_TRACE_CTOR(className, text, var)                                      \
-  do {                                                                           \
+#define TC_TRACE_CTOR(className, text, var)                                            \
+  do {                                                                                 \
     if (TC_TRACE_ON(8)) ::TesselCounters::traceCtor(__LINE__, className, text, (var)); \
   } while (0)
 

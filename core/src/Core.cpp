@@ -32,7 +32,8 @@ void traceEntry(unsigned level, int line, const char* function, const char* sign
                 U32 variant) {
   Wisp::TraceHandle& handle = _defaultTraceHandle();
   if (!handle.facility().isOn(level)) return;
-  Wisp::TraceHelper trace(handle, Wisp::TraceFacility::FacilityLevel(level), TC_UNIT, line, function);
+  Wisp::TraceHelper trace(handle, Wisp::TraceFacility::FacilityLevel(level), TC_UNIT, line,
+                          function);
   trace.stream() << signature << " chipType: " << chip << " variant: " << variant;
 }
 
@@ -40,7 +41,8 @@ void traceEntryId(unsigned level, int line, const char* function, const char* si
                   U32 variant, U32 identifier) {
   Wisp::TraceHandle& handle = _defaultTraceHandle();
   if (!handle.facility().isOn(level)) return;
-  Wisp::TraceHelper trace(handle, Wisp::TraceFacility::FacilityLevel(level), TC_UNIT, line, function);
+  Wisp::TraceHelper trace(handle, Wisp::TraceFacility::FacilityLevel(level), TC_UNIT, line,
+                          function);
   trace.stream() << signature << " chipType: " << chip << " variant: " << variant
                  << " identifier: " << identifier;
 }

@@ -1,7 +1,7 @@
 // Name-keyed factory: two maps from class name to a maker and to a validity
 // test, each built on first use under the guard of a function-local static.
-#include <TesselCounters/Factory.h>
 #include <Larch/Allocator.h>
+#include <TesselCounters/Factory.h>
 #include <TesselCountersOrrery.h>
 
 #include <functional>
@@ -18,20 +18,19 @@ namespace {
 using ObjFunction = std::function<std::shared_ptr<Orrery::AsicBase>(Hardware::ChipType, U8)>;
 using ValidFunction = std::function<bool(Hardware::ChipType, U8)>;
 
-using ObjMap =
-    std::unordered_map<Larch::String, ObjFunction, std::hash<Larch::String>,
-                       std::equal_to<Larch::String>,
-                       Larch::Allocator<std::pair<const Larch::String, ObjFunction>>>;
+using ObjMap = std::unordered_map<Larch::String, ObjFunction, std::hash<Larch::String>,
+                                  std::equal_to<Larch::String>,
+                                  Larch::Allocator<std::pair<const Larch::String, ObjFunction>>>;
 using ValidMap =
     std::unordered_map<Larch::String, ValidFunction, std::hash<Larch::String>,
                        std::equal_to<Larch::String>,
                        Larch::Allocator<std::pair<const Larch::String, ValidFunction>>>;
 
 ObjMap buildObjMap() {
-#define TC_FACTORY_ENTRY(X)                                                      \
-  {#X, [](Hardware::ChipType chipType, U8 variant) {                             \
-     return std::shared_ptr<Orrery::AsicBase>(                                   \
-         std::make_shared<X::WithStorage>(chipType, variant));                   \
+#define TC_FACTORY_ENTRY(X)                                    \
+  {#X, [](Hardware::ChipType chipType, U8 variant) {           \
+     return std::shared_ptr<Orrery::AsicBase>(                 \
+         std::make_shared<X::WithStorage>(chipType, variant)); \
    }},
   const std::pair<const Larch::String, ObjFunction> entries[] = {
 #include "FactoryEntries.inc"

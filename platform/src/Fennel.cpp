@@ -34,9 +34,15 @@ void slabFreeOrStdFree(void* p, const std::type_info& type) {
 }
 
 namespace Testing {
-void failAllocationNumber(U64 n) { failAt.store(n); }
-U64 liveAllocations() { return live.load(); }
-U64 allocationCount() { return total.load(); }
+void failAllocationNumber(U64 n) {
+  failAt.store(n);
+}
+U64 liveAllocations() {
+  return live.load();
+}
+U64 allocationCount() {
+  return total.load();
+}
 }  // namespace Testing
 
 }  // namespace Fennel

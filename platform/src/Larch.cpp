@@ -5,7 +5,9 @@
 
 namespace Larch {
 
-std::ostream& operator<<(std::ostream& os, const String& s) { return os << s.view(); }
+std::ostream& operator<<(std::ostream& os, const String& s) {
+  return os << s.view();
+}
 
 void MemTrack::Impl::alloc(void** p, const std::type_info& type, U32 elementSize, U32 count) {
   (void)p;

@@ -58,7 +58,8 @@ void readEnvironment(Registry& r) {
         const std::string level = item.substr(p, comma - p);
         char* stop = nullptr;
         const long n = std::strtol(level.c_str(), &stop, 10);
-        if (!level.empty() && *stop == '\0' && n >= 0 && n < 16) mask = static_cast<U16>(mask | (1u << n));
+        if (!level.empty() && *stop == '\0' && n >= 0 && n < 16)
+          mask = static_cast<U16>(mask | (1u << n));
         p = comma + 1;
       }
     }
@@ -141,7 +142,9 @@ TraceStream& TraceStream::operator<<(U32 value) {
   return *this;
 }
 
-TraceStream& TraceStream::operator<<(U8 value) { return *this << static_cast<U32>(value); }
+TraceStream& TraceStream::operator<<(U8 value) {
+  return *this << static_cast<U32>(value);
+}
 
 TraceHelper::TraceHelper(TraceHandle& handle, TraceFacility::FacilityLevel level, const char* file,
                          int line, const char* function) {

@@ -17,7 +17,7 @@ class StrB {
   static constexpr std::size_t kInline = 71;
 
   StrB(const char* text) { assign(text ? text : "", text ? std::strlen(text) : 0); }  // NOLINT
-  StrB(std::string_view text) { assign(text.data(), text.size()); }                  // NOLINT
+  StrB(std::string_view text) { assign(text.data(), text.size()); }                   // NOLINT
   StrB(const StrB& other) { assign(other.data(), other.size_); }
   StrB& operator=(const StrB& other) {
     if (this != &other) {

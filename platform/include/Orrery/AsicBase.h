@@ -11,7 +11,11 @@ namespace Orrery {
 class AsicBase {
  public:
   AsicBase(U8 chipType, U8* buf, U32 len, bool flag, U8 variant, U8 reserved)
-      : buf_(buf), chipType_(chipType), variant_(variant), len_(static_cast<U16>(len)), flag_(flag) {
+      : buf_(buf),
+        chipType_(chipType),
+        variant_(variant),
+        len_(static_cast<U16>(len)),
+        flag_(flag) {
     (void)reserved;
   }
   AsicBase(const AsicBase&) = delete;
@@ -40,9 +44,7 @@ class AsicBase {
   virtual bool hasInstance(U32) const { ORRERY_ASSERT_FAIL_AT("false", "Orrery/AsicBase", 156); }
   virtual bool hasIdentifier(U32 identifier) const = 0;
   virtual U32 arrayElements() const = 0;
-  virtual U32 tableVariantCount() const {
-    ORRERY_ASSERT_FAIL_AT("false", "Orrery/AsicBase", 173);
-  }
+  virtual U32 tableVariantCount() const { ORRERY_ASSERT_FAIL_AT("false", "Orrery/AsicBase", 173); }
   virtual EntrySpans entrySpans() const { ORRERY_ASSERT_FAIL_AT("false", "Orrery/AsicBase", 178); }
   virtual bool compareTo(const void*, U16) const {
     ORRERY_ASSERT_FAIL_AT("0", "Orrery/AsicBase", 186);

@@ -57,7 +57,8 @@ struct Window {
   } else {
     for (int i = 0; i < w.size && w.start + i < len; ++i) {
       const U8 m = static_cast<U8>(mask >> (8 * i));
-      buf[w.start + i] = static_cast<U8>((buf[w.start + i] & ~m) | static_cast<U8>(bits >> (8 * i)));
+      buf[w.start + i] =
+          static_cast<U8>((buf[w.start + i] & ~m) | static_cast<U8>(bits >> (8 * i)));
     }
   }
 }

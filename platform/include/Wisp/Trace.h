@@ -25,9 +25,7 @@ class TraceFacility {
   // where the object is static.
   constexpr explicit TraceFacility(U16 mask) : mask_(mask) {}
 
-  bool isOn(unsigned level) const {
-    return (mask_.load(std::memory_order_relaxed) >> level) & 1u;
-  }
+  bool isOn(unsigned level) const { return (mask_.load(std::memory_order_relaxed) >> level) & 1u; }
   U16 mask() const { return mask_.load(std::memory_order_relaxed); }
   void maskIs(U16 mask) { mask_.store(mask, std::memory_order_relaxed); }
 
