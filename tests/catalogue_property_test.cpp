@@ -114,6 +114,67 @@ TEST(EveryClass, FieldsMasksIdentifiersAndInstances) {
   }
 }
 
+// Fields wider than 64 bits can't be written by identifier or name; their
+// typed setters write all ones and then zero, on every chip and variant of
+// the class, over random bytes: exactly the field's bits change.
+template <typename C, typename R>
+void checkRawWrites(const char* cls, U32 id, void (C::*set)(const R&), R (C::*get)() const) {
+  for (const Pair& p : pairsOf(cls)) {
+    SCOPED_TRACE(std::string(cls) + " chip " + std::to_string(tc::num(p.chip)) + " variant " +
+                 std::to_string(p.variant));
+    std::vector<U8> buf = tc::randomBytes(256, tc::num(p.chip) * 256 + p.variant);
+    const std::vector<U8> before = buf;
+    C o(p.chip, buf.data(), static_cast<U16>(buf.size()), false, p.variant);
+    if (!o.isFieldValid(id)) continue;
+    const U16 offset = o.fieldOffset(id);
+    const U16 width = o.fieldWidth(id);
+    R ones;
+    ones.fill(0xff);
+    (o.*set)(ones);
+    EXPECT_EQ(0u, tc::changedOutside(before, buf, offset, width));
+    for (unsigned b = offset; b < offset + width; ++b) ASSERT_TRUE(tc::bitOf(buf, b)) << b;
+    const R read = (o.*get)();
+    for (unsigned b = 0; b < 8 * read.size(); ++b)
+      ASSERT_EQ(b < width, static_cast<bool>((read[b / 8] >> (b % 8)) & 1)) << b;
+    (o.*set)(R{});
+    EXPECT_EQ(0u, tc::changedOutside(before, buf, offset, width));
+    for (unsigned b = offset; b < offset + width; ++b) ASSERT_FALSE(tc::bitOf(buf, b)) << b;
+  }
+}
+
+TEST(EveryClass, RawFieldsThroughTheirTypedAccessors) {
+  checkRawWrites("CrpsEngineCfg", FieldIds::ENGINE_N_AVOID_SEQ_SCAN_VALUE,
+                 &CrpsEngineCfg::engineNAvoidSeqScanValueIs,
+                 &CrpsEngineCfg::engineNAvoidSeqScanValue);
+  checkRawWrites("IppaStatisticsInfo", FieldIds::STAT_META_DATA_MAP,
+                 &IppaStatisticsInfo::statMetaDataMapIs, &IppaStatisticsInfo::statMetaDataMap);
+  checkRawWrites("IppfStatisticsInfo", FieldIds::STAT_META_DATA_MAP,
+                 &IppfStatisticsInfo::statMetaDataMapIs, &IppfStatisticsInfo::statMetaDataMap);
+  checkRawWrites("IppfStatObjProfileAttr", FieldIds::STAT_OBJ_PROFILE_ATTR_VEC,
+                 &IppfStatObjProfileAttr::statObjProfileAttrVecIs,
+                 &IppfStatObjProfileAttr::statObjProfileAttrVec);
+  checkRawWrites("IppbCurrentLayerStatisticsMetaDataInstructionMap",
+                 FieldIds::CURRENT_LAYER_STATISTICS_META_DATA_INSTRUCTION_MAP,
+                 &IppbCurrentLayerStatisticsMetaDataInstructionMap::
+                     currentLayerStatisticsMetaDataInstructionMapIs,
+                 &IppbCurrentLayerStatisticsMetaDataInstructionMap::
+                     currentLayerStatisticsMetaDataInstructionMap);
+  checkRawWrites("EtppbMapStsToInterface", FieldIds::MAP_STS_TO_INTERFACE,
+                 &EtppbMapStsToInterface::mapStsToInterfaceIs,
+                 static_cast<Raw128 (EtppbMapStsToInterface::*)() const>(
+                     &EtppbMapStsToInterface::mapStsToInterface));
+  checkRawWrites("EtppbCfgStatMetadataForCurrentProtocolType",
+                 FieldIds::CFG_STAT_METADATA_CURRENT_PROTOCOL_TYPE,
+                 &EtppbCfgStatMetadataForCurrentProtocolType::cfgStatMetadataCurrentProtocolTypeIs,
+                 &EtppbCfgStatMetadataForCurrentProtocolType::cfgStatMetadataCurrentProtocolType);
+  checkRawWrites("EtppcCfgStatMetadataForCurrentProtocolType",
+                 FieldIds::CFG_STAT_METADATA_CURRENT_PROTOCOL_TYPE,
+                 &EtppcCfgStatMetadataForCurrentProtocolType::cfgStatMetadataCurrentProtocolTypeIs,
+                 &EtppcCfgStatMetadataForCurrentProtocolType::cfgStatMetadataCurrentProtocolType);
+  checkRawWrites("PqpEgressQueuesEmpty", FieldIds::EQM_EMPTY, &PqpEgressQueuesEmpty::eqmEmptyIs,
+                 &PqpEgressQueuesEmpty::eqmEmpty);
+}
+
 // Figures of the whole catalogue, counted through the public API.
 TEST(Catalogue, TotalsOfClassesFieldsAndTypes) {
   const auto names = classNames();
