@@ -49,11 +49,10 @@ class Allocator {
 
   T* allocate(std::size_t n) {
     // T is often a pointer (the bucket arrays of a hash map): sizeof(T) is meant.
-    void* p = Fennel::slabAllocOrStdMalloc(
-        static_cast<U32>(n * sizeof(T)));  // NOLINT(bugprone-sizeof-expression)
+    const auto elementSize = static_cast<U32>(sizeof(T));  // NOLINT(bugprone-sizeof-expression)
+    void* p = Fennel::slabAllocOrStdMalloc(static_cast<U32>(n) * elementSize);
     if (p == nullptr) throw std::bad_alloc();
-    tracker_.impl().alloc(&p, typeid(T), static_cast<U32>(sizeof(T)),
-                          static_cast<U32>(n));  // NOLINT(bugprone-sizeof-expression)
+    tracker_.impl().alloc(&p, typeid(T), elementSize, static_cast<U32>(n));
     return static_cast<T*>(p);
   }
 
