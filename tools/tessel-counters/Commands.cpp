@@ -84,6 +84,19 @@ std::string kindOf(const Orrery::AsicBase& o) {
   return o.isTable() ? "memory" : "register";
 }
 
+// Opens the JSON object of a class on a chip and variant with the keys that
+// describe and decode share.
+Json& beginTargetObject(Json& j, const Target& t) {
+  const auto& o = *t.object;
+  return j.beginObject()
+      .value("class", t.cls)
+      .value("chip", chipName(t.chip))
+      .value("chipNumber", static_cast<unsigned>(t.chip))
+      .value("variant", static_cast<unsigned>(t.variant))
+      .value("kind", kindOf(o))
+      .value("widthWords", static_cast<unsigned>(o.width()));
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
@@ -145,13 +158,7 @@ int cmdDescribe(const Args& a) {
 
   if (a.has("--json")) {
     Json j(std::cout);
-    j.beginObject()
-        .value("class", t.cls)
-        .value("chip", chipName(t.chip))
-        .value("chipNumber", static_cast<unsigned>(t.chip))
-        .value("variant", static_cast<unsigned>(t.variant))
-        .value("kind", kindOf(o))
-        .value("widthWords", static_cast<unsigned>(o.width()))
+    beginTargetObject(j, t)
         .value("entryBytes", t.entryBytes())
         .value("classBufferBytes", static_cast<unsigned>(o.len()));
     if (memory) j.value("entries", o.entries()).value("tableVariantCount", o.tableVariantCount());
@@ -222,14 +229,7 @@ int cmdDecode(const Args& a) {
 
   if (a.has("--json")) {
     Json j(std::cout);
-    j.beginObject()
-        .value("class", t.cls)
-        .value("chip", chipName(t.chip))
-        .value("chipNumber", static_cast<unsigned>(t.chip))
-        .value("variant", static_cast<unsigned>(t.variant))
-        .value("kind", kindOf(o))
-        .value("widthWords", static_cast<unsigned>(o.width()))
-        .value("bytes", hexBytes(bytes.data(), bytes.size()));
+    beginTargetObject(j, t).value("bytes", hexBytes(bytes.data(), bytes.size()));
     j.beginArray("fields");
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const auto& f = fields[i];
