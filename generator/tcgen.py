@@ -17,7 +17,7 @@ import sys
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from catalogue import Catalogue, CatalogueError, accessor_name  # noqa: E402
-from emit_cpp import Emitter, Out, case_labels  # noqa: E402
+from emit_cpp import Emitter, Out  # noqa: E402
 
 
 def write_if_changed(path, text):
