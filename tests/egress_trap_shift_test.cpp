@@ -2,6 +2,8 @@
 // object shift register that has one hardware register per variant.
 #include <TesselCountersOrrery.h>
 
+#include <tuple>
+
 #include "TestSupport.h"
 
 using namespace Hardware;
@@ -15,33 +17,20 @@ constexpr int kNone = -1;
 enum Group { kOld, k88850, kNew, kGroups };
 
 Group groupOf(ChipType chip) {
+  // clang-format off
   switch (chip) {
-    case ChipType::BCM88850_A0:
-    case ChipType::BCM88859_A2:
-      return k88850;
-    case ChipType::BCM88490_A0:
-    case ChipType::BCM88860_A0:
-    case ChipType::BCM88867_C0:
-    case ChipType::BCM88890_A0:
-    case ChipType::BCM88890_B0:
-    case ChipType::BCM88897_C0:
-    case ChipType::BCM88870_A0:
-      return kNew;
-    default:
-      return kOld;
+    case ChipType::BCM88850_A0: case ChipType::BCM88859_A2: return k88850;
+    case ChipType::BCM88490_A0: case ChipType::BCM88860_A0: case ChipType::BCM88867_C0:
+    case ChipType::BCM88890_A0: case ChipType::BCM88890_B0: case ChipType::BCM88897_C0:
+    case ChipType::BCM88870_A0: return kNew;
+    default: return kOld;
   }
+  // clang-format on
 }
 
 U16 etppbInstances(ChipType chip) {
-  switch (chip) {
-    case ChipType::BCM88690_B0:
-    case ChipType::BCM88850_A0:
-      return 2;
-    case ChipType::BCM88490_A0:
-      return 1;
-    default:
-      return groupOf(chip) == kNew ? 4 : 1;
-  }
+  if (chip == ChipType::BCM88690_B0 || chip == ChipType::BCM88850_A0) return 2;
+  return groupOf(chip) == kNew && chip != ChipType::BCM88490_A0 ? 4 : 1;
 }
 
 struct ShiftRow {
@@ -51,35 +40,27 @@ struct ShiftRow {
   int address[kGroups];
 };
 
+// clang-format off
 const ShiftRow kRows[] = {
     {"EtppbCfgTrapDpInternalShift", "cfgTrapDpInternalShift", 7, {314, 312, 276}},
     {"EtppbCfgTrapDropInternalShift", "cfgTrapDropInternalShift", 8, {310, 308, kNone}},
     {"EtppbCfgTrapEcnInternalShift", "cfgTrapEcnInternalShift", 9, {312, 310, 279}},
     {"EtppbCfgTrapMcInternalShift", "cfgTrapMcInternalShift", 10, {309, 307, kNone}},
     {"EtppbCfgTrapNifPortRateBinInternalShift",
-     "cfgTrapNifPortRateBinInternalShift",
-     11,
-     {kNone, 409, kNone}},
+     "cfgTrapNifPortRateBinInternalShift", 11, {kNone, 409, kNone}},
     {"EtppbCfgTrapPortInternalShift", "cfgTrapPortInternalShift", 22, {311, 309, kNone}},
     {"EtppbCfgTrapPpDropReasonInternalShift",
-     "cfgTrapPpDropReasonInternalShift",
-     23,
-     {kNone, kNone, 282}},
+     "cfgTrapPpDropReasonInternalShift", 23, {kNone, kNone, 282}},
     {"EtppbCfgTrapPpPortInternalShift",
-     "cfgTrapPpPortMetadataVariableInternalShift",
-     24,
-     {kNone, kNone, 280}},
+     "cfgTrapPpPortMetadataVariableInternalShift", 24, {kNone, kNone, 280}},
     {"EtppbCfgTrapTaimInternalShift", "cfgTrapTaimInternalShift", 25, {kNone, kNone, 278}},
     {"EtppbCfgTrapTcInternalShift", "cfgTrapTcInternalShift", 26, {313, 311, 277}},
     {"EtppbCfgTrapTcMapProfileInternalShift",
-     "cfgTrapTcMapProfileInternalShift",
-     27,
-     {kNone, kNone, 293}},
+     "cfgTrapTcMapProfileInternalShift", 27, {kNone, kNone, 293}},
     {"EtppbCfgTrapTmPortInternalShift",
-     "cfgTrapTmPortMetadataVariableInternalShift",
-     28,
-     {kNone, kNone, 281}},
+     "cfgTrapTmPortMetadataVariableInternalShift", 28, {kNone, kNone, 281}},
 };
+// clang-format on
 
 }  // namespace
 
@@ -123,9 +104,7 @@ TEST(TrapShiftFamily, AbsentChipGivesNoAddressAndTouchesNothing) {
   EXPECT_FALSE(EtppbCfgTrapTaimInternalShift::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s,
                                                               b, 0, 0, 0));
   EXPECT_FALSE(EtppbCfgTrapNifPortRateBinInternalShift::getSchanAddress(13, 0, a, s, b, 0, 0, 0));
-  EXPECT_EQ(a, 7u);
-  EXPECT_EQ(s, 8u);
-  EXPECT_EQ(b, 9u);
+  EXPECT_EQ(std::make_tuple(a, s, b), std::make_tuple(7u, 8u, 9u));
   // The row's first-group member keeps its shape on the other group.
   EXPECT_EQ(EtppbCfgTrapTaimInternalShift::width(num(ChipType::BCM88870_A0), 0), 1);
   EXPECT_EQ(EtppbCfgTrapDropInternalShift::width(num(ChipType::BCM88480_B0), 0), 1);
@@ -135,14 +114,10 @@ TEST(TrapShiftFamily, BlockOfTheLastInstance) {
   U32 a = 0, s = 1, b = 0;
   ASSERT_TRUE(EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88897_C0), 0, a, s, b,
                                                            3, 0, 0));
-  EXPECT_EQ(a, 277u);
-  EXPECT_EQ(s, 0u);
-  EXPECT_EQ(b, 32u + 3 * 256);
+  EXPECT_EQ(std::make_tuple(a, s, b), std::make_tuple(277u, 0u, 32u + 3 * 256));
   ASSERT_TRUE(EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88850_A0), 0, a, s, b,
                                                            1, 0, 0));
-  EXPECT_EQ(a, 311u);
-  EXPECT_EQ(s, 28u);
-  EXPECT_EQ(b, 25u);
+  EXPECT_EQ(std::make_tuple(a, s, b), std::make_tuple(311u, 28u, 25u));
   EXPECT_ASSERTION(
       EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88859_A2), 0, a, s, b, 1, 0, 0),
       "hasIdentifier( chipType, variant, identifier )");
@@ -184,14 +159,7 @@ TEST(TrapShiftFamily, ConstructionOnAnAbsentPairNamesTheClass) {
 namespace {
 
 U32 objBase(ChipType chip) {
-  switch (groupOf(chip)) {
-    case kOld:
-      return 299;
-    case k88850:
-      return 297;
-    default:
-      return 283;
-  }
+  return groupOf(chip) == kOld ? 299 : groupOf(chip) == k88850 ? 297 : 283;
 }
 
 U8 objVariants(ChipType chip) {
