@@ -87,9 +87,11 @@ TEST(StsMaps, EntryIdsInterleaveInTextOrder) {
     EXPECT_EQ(type.fieldWidth(337 + 2 * k), 2);
   }
   // clang-format off
-  const std::pair<U32, U32> ids[] = {{FieldIds::MAP_STS_0_TO_INTERFACE, 336}, {FieldIds::MAP_STS_10_TO_TYPE, 339},
-      {FieldIds::MAP_STS_1_TO_INTERFACE, 358}, {FieldIds::MAP_STS_1_TO_TYPE, 359}, {FieldIds::MAP_STS_9_TO_TYPE, 399},
-      {FieldIds::MAP_STS_TO_INTERFACE, 400}, {FieldIds::MAP_STS_TO_TYPE, 401}};
+  const std::pair<U32, U32> ids[] = {
+      {FieldIds::MAP_STS_0_TO_INTERFACE, 336}, {FieldIds::MAP_STS_10_TO_TYPE, 339},
+      {FieldIds::MAP_STS_1_TO_INTERFACE, 358}, {FieldIds::MAP_STS_1_TO_TYPE, 359},
+      {FieldIds::MAP_STS_9_TO_TYPE, 399}, {FieldIds::MAP_STS_TO_INTERFACE, 400},
+      {FieldIds::MAP_STS_TO_TYPE, 401}};
   // clang-format on
   for (auto [id, expected] : ids) EXPECT_EQ(id, expected) << fieldIdName(expected);
   iface.setField64(FieldIds::MAP_STS_1_TO_INTERFACE, 0xa);

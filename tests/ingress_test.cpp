@@ -209,8 +209,9 @@ TEST(IngressFieldsById, IdentifiersFollowTextOrder) {
   Ippf::WithStorage ippf(C::BCM88860_A0, 0);
   Ippa::WithStorage ippa(C::BCM88860_A0, 0);
   // clang-format off
-  const std::vector<std::pair<U32, U16>> ippfIds = {{F::STAT_METADATA_1_MC, 9}, {F::STAT_METADATA_10_MC, 63},
-      {F::STAT_METADATA_10_UC, 60}, {F::STAT_METADATA_63_UC, 378}, {F::STAT_METADATA_9_MC, 57}};
+  const std::vector<std::pair<U32, U16>> ippfIds = {
+      {F::STAT_METADATA_1_MC, 9}, {F::STAT_METADATA_10_MC, 63}, {F::STAT_METADATA_10_UC, 60},
+      {F::STAT_METADATA_63_UC, 378}, {F::STAT_METADATA_9_MC, 57}};
   // clang-format on
   for (auto [id, off] : ippfIds) {
     EXPECT_EQ(ippf.fieldOffset(id), off) << id;
