@@ -2,7 +2,6 @@
 // variants, instance lists and S-channel addresses, reached through the
 // factory as a caller holding only a class name would.
 #include <algorithm>
-#include <tuple>
 
 #include "TestSupport.h"
 
@@ -75,10 +74,13 @@ TEST(StatusAddressing, FirstAndLastInstanceOfEveryGroup) {
       EXPECT_EQ(obj->instanceCount(), g.count);
       U32 address = 0, sub = 0, block = 0;
       ASSERT_TRUE(obj->getSchanAddress(address, sub, block, 0, 0, 0));
-      EXPECT_EQ(std::make_tuple(address, sub, block), std::make_tuple(g.address, g.sub0, g.block0));
+      EXPECT_EQ(address, g.address);
+      EXPECT_EQ(sub, g.sub0);
+      EXPECT_EQ(block, g.block0);
       ASSERT_TRUE(obj->getSchanAddress(address, sub, block, g.count - 1, 0, 0));
-      EXPECT_EQ(std::make_tuple(address, sub, block),
-                std::make_tuple(g.address, g.subLast, g.blockLast));
+      EXPECT_EQ(address, g.address);
+      EXPECT_EQ(sub, g.subLast);
+      EXPECT_EQ(block, g.blockLast);
     }
   }
 }
@@ -102,10 +104,12 @@ TEST(StatusAddressing, InstanceListsInBetween) {
 
   ASSERT_TRUE(Hardware::CduInstrumentationResetLow::getSchanAddress(
       tc::num(ChipType::BCM88850_A0), 1, address, sub, block, 8, 0, 0));
-  EXPECT_EQ(std::make_pair(sub, block), std::make_pair(20u, 27u));
+  EXPECT_EQ(sub, 20u);
+  EXPECT_EQ(block, 27u);
   ASSERT_TRUE(Hardware::CluInstrumentationRstnPfc::getSchanAddress(
       tc::num(ChipType::BCM88800_A0), 0, address, sub, block, 2, 0, 0));
-  EXPECT_EQ(std::make_pair(sub, block), std::make_pair(24u, 7u));
+  EXPECT_EQ(sub, 24u);
+  EXPECT_EQ(block, 7u);
   // A bad table entry is seen before a bad identifier.
   EXPECT_ASSERTION(Hardware::CluInstrumentationRstnPfc::getSchanAddress(
                        tc::num(ChipType::BCM88800_A0), 0, address, sub, block, 6, 1, 0),
