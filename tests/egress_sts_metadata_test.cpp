@@ -263,8 +263,10 @@ TEST(ProtocolMetadata, TwinsAddressEveryChipApart) {
       num(ChipType::BCM88690_B0), 0, a, s1, b1, 1, 0, 0));
   ASSERT_TRUE(EtppcCfgStatMetadataForCurrentProtocolType::getSchanAddress(
       num(ChipType::BCM88690_B0), 0, a, s2, b2, 1, 0, 0));
-  EXPECT_EQ(std::make_pair(s1, b1), std::make_pair(10u, 10u));
-  EXPECT_EQ(std::make_pair(s2, b2), std::make_pair(12u, 10u));
+  EXPECT_EQ(s1, 10u);
+  EXPECT_EQ(b1, 10u);
+  EXPECT_EQ(s2, 12u);
+  EXPECT_EQ(b2, 10u);
 }
 
 TEST(ProtocolMetadata, FieldsOfBothTwins) {

@@ -2,8 +2,6 @@
 // object shift register that has one hardware register per variant.
 #include <TesselCountersOrrery.h>
 
-#include <tuple>
-
 #include "TestSupport.h"
 
 using namespace Hardware;
@@ -104,7 +102,9 @@ TEST(TrapShiftFamily, AbsentChipGivesNoAddressAndTouchesNothing) {
   EXPECT_FALSE(EtppbCfgTrapTaimInternalShift::getSchanAddress(num(ChipType::BCM88690_B0), 0, a, s,
                                                               b, 0, 0, 0));
   EXPECT_FALSE(EtppbCfgTrapNifPortRateBinInternalShift::getSchanAddress(13, 0, a, s, b, 0, 0, 0));
-  EXPECT_EQ(std::make_tuple(a, s, b), std::make_tuple(7u, 8u, 9u));
+  EXPECT_EQ(a, 7u);
+  EXPECT_EQ(s, 8u);
+  EXPECT_EQ(b, 9u);
   // The row's first-group member keeps its shape on the other group.
   EXPECT_EQ(EtppbCfgTrapTaimInternalShift::width(num(ChipType::BCM88870_A0), 0), 1);
   EXPECT_EQ(EtppbCfgTrapDropInternalShift::width(num(ChipType::BCM88480_B0), 0), 1);
@@ -114,10 +114,14 @@ TEST(TrapShiftFamily, BlockOfTheLastInstance) {
   U32 a = 0, s = 1, b = 0;
   ASSERT_TRUE(EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88897_C0), 0, a, s, b,
                                                            3, 0, 0));
-  EXPECT_EQ(std::make_tuple(a, s, b), std::make_tuple(277u, 0u, 32u + 3 * 256));
+  EXPECT_EQ(a, 277u);
+  EXPECT_EQ(s, 0u);
+  EXPECT_EQ(b, 32u + 3 * 256);
   ASSERT_TRUE(EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88850_A0), 0, a, s, b,
                                                            1, 0, 0));
-  EXPECT_EQ(std::make_tuple(a, s, b), std::make_tuple(311u, 28u, 25u));
+  EXPECT_EQ(a, 311u);
+  EXPECT_EQ(s, 28u);
+  EXPECT_EQ(b, 25u);
   EXPECT_ASSERTION(
       EtppbCfgTrapTcInternalShift::getSchanAddress(num(ChipType::BCM88859_A2), 0, a, s, b, 1, 0, 0),
       "hasIdentifier( chipType, variant, identifier )");

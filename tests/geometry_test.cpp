@@ -1,6 +1,4 @@
 // Register geometry, S-channel addresses and the block map.
-#include <tuple>
-
 #include "TestSupport.h"
 
 using namespace Hardware;
@@ -144,7 +142,9 @@ TEST(GetSchanAddress, UnknownPairGivesFalseAndLeavesOutputsAlone) {
     EXPECT_FALSE(
         CrpsEngineInitRequest::getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
     EXPECT_FALSE(CrpsTypeMapMem::getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
-    EXPECT_EQ(std::make_tuple(11u, 22u, 33u), std::make_tuple(address, subBlock, block));
+    EXPECT_EQ(11u, address);
+    EXPECT_EQ(22u, subBlock);
+    EXPECT_EQ(33u, block);
   }
 }
 
