@@ -26,46 +26,31 @@ bool wideChip(ChipType c) {
 // CrpsEngineCfg
 
 // The one field sequence of which each layout keeps a part, in bit order.
-const U32 kSequence[] = {F::ENGINE_N_MODE,
-                         F::ENGINE_N_WEIGHT_SHIFT_RATIO,
-                         F::ENGINE_N_OVF_VALUE,
-                         F::ENGINE_N_OVF_RESET_VALUE,
-                         F::ENGINE_N_CLEAR_ON_READ_RESET_VALUE,
-                         F::ENGINE_N_ENABLE_CLEAR_ON_OVF,
-                         F::ENGINE_N_ENABLE_CLEAR_ON_READ,
-                         F::ENGINE_N_PIPE_ENABLE,
-                         F::ENGINE_N_SCAN_NUM_OF_SAMPLING_INTERVALS,
-                         F::ENGINE_N_SCAN_PULSES_PER_SAMPLING_INTERVAL,
-                         F::ENGINE_N_SCAN_PULSES_DELAY_BEFORE_COUNT,
-                         F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_ALG_SCANS,
-                         F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS,
-                         F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP,
-                         F::ENGINE_N_ENABLE_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP,
-                         F::ENGINE_N_ENABLE_AVOID_SEQ_SCAN,
-                         F::ENGINE_N_AVOID_SEQ_SCAN_VALUE,
-                         F::ENGINE_N_SCAN_TIME_OUT_BEFORE_BUBBLE_REQ,
-                         F::ENGINE_N_SCAN_TIME_OUT_AFTER_BUBBLE_REQ,
-                         F::ENGINE_N_SCAN_MODE,
-                         F::ENGINE_N_SCAN_THRESHOLD_CFG,
-                         F::ENGINE_N_SCAN_PKT_THRESHOLD_CFG,
-                         F::ENGINE_N_SCAN_FORCE_BUBBLE,
-                         F::ENGINE_N_SCAN_BUBBLE_REQUEST_ENABLE,
-                         F::ENGINE_N_SCAN_OBJECT_TYPE_FOR_DMA,
-                         F::ENGINE_N_SCAN_TOD_PERIOD_COUNTER_RE_ENTER,
-                         F::ENGINE_N_SCAN_DMA_RECORD_LOGICAL_SEL,
-                         F::ENGINE_N_SCAN_COR_ENABLE,
-                         F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_START,
-                         F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_END,
-                         F::ENGINE_N_ENABLE_CLEAR_ON_ECC_ERR,
-                         F::ENGINE_N_CLEAR_ON_INIT_VALUE,
-                         F::ENGINE_N_LFSR_ENABLE,
-                         F::ENGINE_N_IRE_EVICTION_ENABLE,
-                         F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_ENABLE,
-                         F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_VALUE,
-                         F::ENGINE_N_ENABLE_START_NEW_SCAN_ONLY_ON_EXTERNAL_SYNC,
-                         F::ENGINE_N_WAITING_PERIOD_BEFORE_START_NEW_SCAN,
-                         F::ENGINE_N_ENABLE_WAITING_PERIOD_BEFORE_START_NEW_SCAN,
-                         F::ENGINE_N_ENABLE_WIDE_STATE_COUNTERS_SATURATION};
+// clang-format off
+const U32 kSequence[] = {
+    F::ENGINE_N_MODE, F::ENGINE_N_WEIGHT_SHIFT_RATIO, F::ENGINE_N_OVF_VALUE,
+    F::ENGINE_N_OVF_RESET_VALUE, F::ENGINE_N_CLEAR_ON_READ_RESET_VALUE,
+    F::ENGINE_N_ENABLE_CLEAR_ON_OVF, F::ENGINE_N_ENABLE_CLEAR_ON_READ, F::ENGINE_N_PIPE_ENABLE,
+    F::ENGINE_N_SCAN_NUM_OF_SAMPLING_INTERVALS, F::ENGINE_N_SCAN_PULSES_PER_SAMPLING_INTERVAL,
+    F::ENGINE_N_SCAN_PULSES_DELAY_BEFORE_COUNT, F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_ALG_SCANS,
+    F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS,
+    F::ENGINE_N_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP,
+    F::ENGINE_N_ENABLE_SCAN_WAIT_TIME_BETWEEN_SEQ_SCANS_SPEEDUP, F::ENGINE_N_ENABLE_AVOID_SEQ_SCAN,
+    F::ENGINE_N_AVOID_SEQ_SCAN_VALUE, F::ENGINE_N_SCAN_TIME_OUT_BEFORE_BUBBLE_REQ,
+    F::ENGINE_N_SCAN_TIME_OUT_AFTER_BUBBLE_REQ, F::ENGINE_N_SCAN_MODE,
+    F::ENGINE_N_SCAN_THRESHOLD_CFG, F::ENGINE_N_SCAN_PKT_THRESHOLD_CFG,
+    F::ENGINE_N_SCAN_FORCE_BUBBLE, F::ENGINE_N_SCAN_BUBBLE_REQUEST_ENABLE,
+    F::ENGINE_N_SCAN_OBJECT_TYPE_FOR_DMA, F::ENGINE_N_SCAN_TOD_PERIOD_COUNTER_RE_ENTER,
+    F::ENGINE_N_SCAN_DMA_RECORD_LOGICAL_SEL, F::ENGINE_N_SCAN_COR_ENABLE,
+    F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_START, F::ENGINE_N_SCAN_SEQ_SCAN_BASE_ADDRESS_END,
+    F::ENGINE_N_ENABLE_CLEAR_ON_ECC_ERR, F::ENGINE_N_CLEAR_ON_INIT_VALUE, F::ENGINE_N_LFSR_ENABLE,
+    F::ENGINE_N_IRE_EVICTION_ENABLE, F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_ENABLE,
+    F::ENGINE_N_NARROW_DUAL_LFSR_OCTETS_VALUE,
+    F::ENGINE_N_ENABLE_START_NEW_SCAN_ONLY_ON_EXTERNAL_SYNC,
+    F::ENGINE_N_WAITING_PERIOD_BEFORE_START_NEW_SCAN,
+    F::ENGINE_N_ENABLE_WAITING_PERIOD_BEFORE_START_NEW_SCAN,
+    F::ENGINE_N_ENABLE_WIDE_STATE_COUNTERS_SATURATION};
+// clang-format on
 
 TEST(CrpsEngineCfg, LayoutsKeepTheSequenceOrderAndItsLastField) {
   const struct {
@@ -89,13 +74,10 @@ TEST(CrpsEngineCfg, LayoutsKeepTheSequenceOrderAndItsLastField) {
     EXPECT_EQ(present.back(), l.last);
   }
   // engineNMode widens ahead of engineNOvfValue.
-  const std::pair<ChipType, U16> ovf[] = {{kL1, 11},
-                                          {kL2, 12},
-                                          {ChipType::BCM88480_A0, 12},
-                                          {kL3, 12},
-                                          {ChipType::BCM88859_A2, 12},
-                                          {ChipType::BCM88490_A0, 14},
-                                          {kL4, 14}};
+  // clang-format off
+  const std::pair<ChipType, U16> ovf[] = {{kL1, 11}, {kL2, 12}, {ChipType::BCM88480_A0, 12},
+      {kL3, 12}, {ChipType::BCM88859_A2, 12}, {ChipType::BCM88490_A0, 14}, {kL4, 14}};
+  // clang-format on
   for (auto [chip, offset] : ovf)
     EXPECT_EQ(CrpsEngineCfg::WithStorage(chip, 0).engineNOvfValueOffset(), offset);
   EXPECT_EQ(CrpsEngineCfg::WithStorage(kL3, 0).engineNScanForceBubbleOffset(), 143);
@@ -380,23 +362,17 @@ TEST(CrpsLayouts, FieldsTileTheUsedBits) {
 // last element of the last instance, per chip set of the sheets.
 
 std::string chipSet(ChipType c) {
+  // clang-format off
   switch (c) {
-    case ChipType::BCM88690_B0:
-      return "88690";
-    case ChipType::BCM88800_A0:
-      return "88800";
-    case ChipType::BCM88850_A0:
-      return "88850";
-    case ChipType::BCM88859_A2:
-      return "88859";
-    case ChipType::BCM88480_A0:
-    case ChipType::BCM88480_B0:
-      return "88480x";
-    case ChipType::BCM88490_A0:
-      return "88490";
-    default:
-      return "88860x";
+    case ChipType::BCM88690_B0: return "88690";
+    case ChipType::BCM88800_A0: return "88800";
+    case ChipType::BCM88850_A0: return "88850";
+    case ChipType::BCM88859_A2: return "88859";
+    case ChipType::BCM88480_A0: case ChipType::BCM88480_B0: return "88480x";
+    case ChipType::BCM88490_A0: return "88490";
+    default: return "88860x";
   }
+  // clang-format on
 }
 
 U16 crpsInstances(ChipType c) {
@@ -435,13 +411,10 @@ void checkRegisterAddresses(const std::vector<RegisterRow>& rows, U8 variant = 0
 }
 
 TEST(CrpsAddresses, PerEngineRegisters) {
-  checkRegisterAddresses<CrpsEngineCfg>({{"88690", 268, 22},
-                                         {"88800", 313, 34},
-                                         {"88850", 308, 34},
-                                         {"88859", 308, 34},
-                                         {"88480x", 288, 14},
-                                         {"88490", 318, 22},
-                                         {"88860x", 338, 32}});
+  // clang-format off
+  checkRegisterAddresses<CrpsEngineCfg>({{"88690", 268, 22}, {"88800", 313, 34}, {"88850", 308, 34},
+      {"88859", 308, 34}, {"88480x", 288, 14}, {"88490", 318, 22}, {"88860x", 338, 32}});
+  // clang-format on
   checkRegisterAddresses<CrpsEngineEvictionCfg>({{"88490", 296, 22}, {"88860x", 306, 32}});
   checkRegisterAddresses<CrpsEngineConditionalTriggerCfg>(
       {{"88850", 549, 34}, {"88859", 549, 34}, {"88490", 491, 22}, {"88860x", 635, 32}});

@@ -2,6 +2,8 @@
 // configuration: memories whose layout or table depends on chip and variant.
 #include <TesselCountersOrrery.h>
 
+#include <tuple>
+
 #include "TestSupport.h"
 
 using namespace Hardware;
@@ -39,19 +41,15 @@ U16 legacyInstances(ChipType chip) {
 namespace {
 
 U32 latencyBase(ChipType chip) {
+  // clang-format off
   switch (chip) {
-    case ChipType::BCM88690_B0:
-      return 0x20F0000;
-    case ChipType::BCM88800_A0:
-    case ChipType::BCM88480_A0:
-    case ChipType::BCM88480_B0:
+    case ChipType::BCM88690_B0: return 0x20F0000;
+    case ChipType::BCM88800_A0: case ChipType::BCM88480_A0: case ChipType::BCM88480_B0:
       return 0x2100000;
-    case ChipType::BCM88850_A0:
-    case ChipType::BCM88859_A2:
-      return 0x2180000;
-    default:
-      return 0x2120000;
+    case ChipType::BCM88850_A0: case ChipType::BCM88859_A2: return 0x2180000;
+    default: return 0x2120000;
   }
+  // clang-format on
 }
 
 }  // namespace
@@ -111,22 +109,19 @@ TEST(LatencyProfile, ThresholdBytes) {
   EXPECT_EQ(std::vector<U8>(b.begin(), b.begin() + 5),
             (std::vector<U8>{0xc0, 0xff, 0xff, 0xff, 0x3f}));
 
-  std::vector<U8> c(40, 0);
-  EtppcLatencyProfileTable l1b(ChipType::BCM88690_B0, c.data(), 40, false, 0);
-  l1b.latencyBinThIs(6, 0x80000001);
-  EXPECT_EQ(l1b.latencyBinTh(6), 0x80000001u);
-  // Bits 265 and 296 and nothing else.
-  EXPECT_EQ(tc::changedOutside(std::vector<U8>(40, 0), c, 265, 1), 1u);
-  EXPECT_TRUE(tc::bitOf(c, 265));
-  EXPECT_TRUE(tc::bitOf(c, 296));
-  std::vector<U8> d(40, 0);
-  EtppcLatencyProfileTable l2b(ChipType::BCM88800_A0, d.data(), 40, false, 0);
-  l2b.latencyBinThIs(6, 0x80000001);
-  EXPECT_EQ(l2b.latencyBinTh6(), 0x80000001u);
-  // Bits 198 and 229 and nothing else.
-  EXPECT_EQ(tc::changedOutside(std::vector<U8>(40, 0), d, 198, 1), 1u);
-  EXPECT_TRUE(tc::bitOf(d, 198));
-  EXPECT_TRUE(tc::bitOf(d, 229));
+  // Threshold 6 set to 0x80000001: its first and last bit and nothing else.
+  for (auto [chip, first, last] : {std::tuple{ChipType::BCM88690_B0, 265u, 296u},
+                                   std::tuple{ChipType::BCM88800_A0, 198u, 229u}}) {
+    SCOPED_TRACE(num(chip));
+    std::vector<U8> c(40, 0);
+    EtppcLatencyProfileTable t(chip, c.data(), 40, false, 0);
+    t.latencyBinThIs(6, 0x80000001);
+    EXPECT_EQ(t.latencyBinTh(6), 0x80000001u);
+    EXPECT_EQ(t.latencyBinTh6(), 0x80000001u);
+    EXPECT_EQ(tc::changedOutside(std::vector<U8>(40, 0), c, first, 1), 1u);
+    EXPECT_TRUE(tc::bitOf(c, first));
+    EXPECT_TRUE(tc::bitOf(c, last));
+  }
 }
 
 TEST(LatencyProfile, L2ControlsAndTheL1OnlyFields) {

@@ -11,21 +11,20 @@ using tc::num;
 
 namespace {
 
-struct AddressRow {
-  ChipType chip;
-  U32 stsInterface;
-  U16 instances;
+// Per chip: address of the STS interface map, instances, and the addresses
+// of the ETPPB and ETPPC protocol metadata registers.
+// clang-format off
+struct ChipRow { ChipType chip; U32 stsInterface; U16 instances; U32 etppb, etppc; };
+const ChipRow kChips[] = {
+    {ChipType::BCM88690_B0, 293, 2, 391, 308}, {ChipType::BCM88800_A0, 293, 1, 464, 308},
+    {ChipType::BCM88850_A0, 291, 2, 390, 309}, {ChipType::BCM88859_A2, 291, 1, 390, 309},
+    {ChipType::BCM88480_A0, 293, 1, 464, 309}, {ChipType::BCM88480_B0, 293, 1, 464, 309},
+    {ChipType::BCM88490_A0, 270, 1, 327, 304}, {ChipType::BCM88860_A0, 270, 4, 341, 314},
+    {ChipType::BCM88867_C0, 270, 4, 341, 314}, {ChipType::BCM88890_A0, 270, 4, 341, 314},
+    {ChipType::BCM88890_B0, 270, 4, 341, 314}, {ChipType::BCM88897_C0, 270, 4, 341, 314},
+    {ChipType::BCM88870_A0, 270, 4, 341, 314},
 };
-
-const AddressRow kStsAddresses[] = {
-    {ChipType::BCM88690_B0, 293, 2}, {ChipType::BCM88800_A0, 293, 1},
-    {ChipType::BCM88850_A0, 291, 2}, {ChipType::BCM88859_A2, 291, 1},
-    {ChipType::BCM88480_A0, 293, 1}, {ChipType::BCM88480_B0, 293, 1},
-    {ChipType::BCM88490_A0, 270, 1}, {ChipType::BCM88860_A0, 270, 4},
-    {ChipType::BCM88867_C0, 270, 4}, {ChipType::BCM88890_A0, 270, 4},
-    {ChipType::BCM88890_B0, 270, 4}, {ChipType::BCM88897_C0, 270, 4},
-    {ChipType::BCM88870_A0, 270, 4},
-};
+// clang-format on
 
 U32 addressOf(const Orrery::AsicBase& obj, U16 ident) {
   U32 a = 0, s = 0, b = 0;
@@ -46,7 +45,7 @@ std::vector<U32> stsInTextOrder() {
 }  // namespace
 
 TEST(StsMaps, AddressesAndInstancesOnEveryChip) {
-  for (const auto& r : kStsAddresses) {
+  for (const auto& r : kChips) {
     SCOPED_TRACE(num(r.chip));
     EtppbMapStsToInterface::WithStorage iface(r.chip, 0);
     EtppbMapStsToType::WithStorage type(r.chip, 0);
@@ -87,13 +86,14 @@ TEST(StsMaps, EntryIdsInterleaveInTextOrder) {
     EXPECT_EQ(iface.fieldWidth(336 + 2 * k), 4);
     EXPECT_EQ(type.fieldWidth(337 + 2 * k), 2);
   }
-  EXPECT_EQ(FieldIds::MAP_STS_0_TO_INTERFACE, 336u);
-  EXPECT_EQ(FieldIds::MAP_STS_10_TO_TYPE, 339u);
-  EXPECT_EQ(FieldIds::MAP_STS_1_TO_INTERFACE, 358u);
-  EXPECT_EQ(FieldIds::MAP_STS_1_TO_TYPE, 359u);
-  EXPECT_EQ(FieldIds::MAP_STS_9_TO_TYPE, 399u);
-  EXPECT_EQ(FieldIds::MAP_STS_TO_INTERFACE, 400u);
-  EXPECT_EQ(FieldIds::MAP_STS_TO_TYPE, 401u);
+  // clang-format off
+  const std::pair<U32, U32> ids[] = {
+      {FieldIds::MAP_STS_0_TO_INTERFACE, 336}, {FieldIds::MAP_STS_10_TO_TYPE, 339},
+      {FieldIds::MAP_STS_1_TO_INTERFACE, 358}, {FieldIds::MAP_STS_1_TO_TYPE, 359},
+      {FieldIds::MAP_STS_9_TO_TYPE, 399}, {FieldIds::MAP_STS_TO_INTERFACE, 400},
+      {FieldIds::MAP_STS_TO_TYPE, 401}};
+  // clang-format on
+  for (auto [id, expected] : ids) EXPECT_EQ(id, expected) << fieldIdName(expected);
   iface.setField64(FieldIds::MAP_STS_1_TO_INTERFACE, 0xa);
   EXPECT_EQ(iface.mapSts1ToInterface(), 0xa);
   type.setField64(FieldIds::MAP_STS_10_TO_TYPE, 2);
@@ -196,22 +196,6 @@ TEST(StsMaps, Checks) {
 
 namespace {
 
-struct TwinAddress {
-  ChipType chip;
-  U32 etppb;
-  U32 etppc;
-};
-
-const TwinAddress kTwinAddresses[] = {
-    {ChipType::BCM88690_B0, 391, 308}, {ChipType::BCM88800_A0, 464, 308},
-    {ChipType::BCM88850_A0, 390, 309}, {ChipType::BCM88859_A2, 390, 309},
-    {ChipType::BCM88480_A0, 464, 309}, {ChipType::BCM88480_B0, 464, 309},
-    {ChipType::BCM88490_A0, 327, 304}, {ChipType::BCM88860_A0, 341, 314},
-    {ChipType::BCM88867_C0, 341, 314}, {ChipType::BCM88890_A0, 341, 314},
-    {ChipType::BCM88890_B0, 341, 314}, {ChipType::BCM88897_C0, 341, 314},
-    {ChipType::BCM88870_A0, 341, 314},
-};
-
 template <class X>
 void checkMetadataTwin(ChipType chip) {
   SCOPED_TRACE(num(chip));
@@ -260,7 +244,8 @@ void checkMetadataDeaths(ChipType chip) {
 }  // namespace
 
 TEST(ProtocolMetadata, TwinsAddressEveryChipApart) {
-  for (const auto& r : kTwinAddresses) {
+  for (const auto& r : kChips) {
+    SCOPED_TRACE(num(r.chip));
     EtppbCfgStatMetadataForCurrentProtocolType::WithStorage b(r.chip, 0);
     EtppcCfgStatMetadataForCurrentProtocolType::WithStorage c(r.chip, 0);
     const U16 last = b.instanceCount() - 1;

@@ -15,33 +15,20 @@ constexpr int kNone = -1;
 enum Group { kOld, k88850, kNew, kGroups };
 
 Group groupOf(ChipType chip) {
+  // clang-format off
   switch (chip) {
-    case ChipType::BCM88850_A0:
-    case ChipType::BCM88859_A2:
-      return k88850;
-    case ChipType::BCM88490_A0:
-    case ChipType::BCM88860_A0:
-    case ChipType::BCM88867_C0:
-    case ChipType::BCM88890_A0:
-    case ChipType::BCM88890_B0:
-    case ChipType::BCM88897_C0:
-    case ChipType::BCM88870_A0:
-      return kNew;
-    default:
-      return kOld;
+    case ChipType::BCM88850_A0: case ChipType::BCM88859_A2: return k88850;
+    case ChipType::BCM88490_A0: case ChipType::BCM88860_A0: case ChipType::BCM88867_C0:
+    case ChipType::BCM88890_A0: case ChipType::BCM88890_B0: case ChipType::BCM88897_C0:
+    case ChipType::BCM88870_A0: return kNew;
+    default: return kOld;
   }
+  // clang-format on
 }
 
 U16 etppbInstances(ChipType chip) {
-  switch (chip) {
-    case ChipType::BCM88690_B0:
-    case ChipType::BCM88850_A0:
-      return 2;
-    case ChipType::BCM88490_A0:
-      return 1;
-    default:
-      return groupOf(chip) == kNew ? 4 : 1;
-  }
+  if (chip == ChipType::BCM88690_B0 || chip == ChipType::BCM88850_A0) return 2;
+  return groupOf(chip) == kNew && chip != ChipType::BCM88490_A0 ? 4 : 1;
 }
 
 struct ShiftRow {
@@ -51,35 +38,27 @@ struct ShiftRow {
   int address[kGroups];
 };
 
+// clang-format off
 const ShiftRow kRows[] = {
     {"EtppbCfgTrapDpInternalShift", "cfgTrapDpInternalShift", 7, {314, 312, 276}},
     {"EtppbCfgTrapDropInternalShift", "cfgTrapDropInternalShift", 8, {310, 308, kNone}},
     {"EtppbCfgTrapEcnInternalShift", "cfgTrapEcnInternalShift", 9, {312, 310, 279}},
     {"EtppbCfgTrapMcInternalShift", "cfgTrapMcInternalShift", 10, {309, 307, kNone}},
     {"EtppbCfgTrapNifPortRateBinInternalShift",
-     "cfgTrapNifPortRateBinInternalShift",
-     11,
-     {kNone, 409, kNone}},
+     "cfgTrapNifPortRateBinInternalShift", 11, {kNone, 409, kNone}},
     {"EtppbCfgTrapPortInternalShift", "cfgTrapPortInternalShift", 22, {311, 309, kNone}},
     {"EtppbCfgTrapPpDropReasonInternalShift",
-     "cfgTrapPpDropReasonInternalShift",
-     23,
-     {kNone, kNone, 282}},
+     "cfgTrapPpDropReasonInternalShift", 23, {kNone, kNone, 282}},
     {"EtppbCfgTrapPpPortInternalShift",
-     "cfgTrapPpPortMetadataVariableInternalShift",
-     24,
-     {kNone, kNone, 280}},
+     "cfgTrapPpPortMetadataVariableInternalShift", 24, {kNone, kNone, 280}},
     {"EtppbCfgTrapTaimInternalShift", "cfgTrapTaimInternalShift", 25, {kNone, kNone, 278}},
     {"EtppbCfgTrapTcInternalShift", "cfgTrapTcInternalShift", 26, {313, 311, 277}},
     {"EtppbCfgTrapTcMapProfileInternalShift",
-     "cfgTrapTcMapProfileInternalShift",
-     27,
-     {kNone, kNone, 293}},
+     "cfgTrapTcMapProfileInternalShift", 27, {kNone, kNone, 293}},
     {"EtppbCfgTrapTmPortInternalShift",
-     "cfgTrapTmPortMetadataVariableInternalShift",
-     28,
-     {kNone, kNone, 281}},
+     "cfgTrapTmPortMetadataVariableInternalShift", 28, {kNone, kNone, 281}},
 };
+// clang-format on
 
 }  // namespace
 
@@ -184,14 +163,7 @@ TEST(TrapShiftFamily, ConstructionOnAnAbsentPairNamesTheClass) {
 namespace {
 
 U32 objBase(ChipType chip) {
-  switch (groupOf(chip)) {
-    case kOld:
-      return 299;
-    case k88850:
-      return 297;
-    default:
-      return 283;
-  }
+  return groupOf(chip) == kOld ? 299 : groupOf(chip) == k88850 ? 297 : 283;
 }
 
 U8 objVariants(ChipType chip) {

@@ -33,36 +33,31 @@ struct VectorClass {
   U16 (*instanceCount)(U32, U8);
 };
 
+template <class T>
+VectorClass vectorClass(const char* name, U32 distance) {
+  return {name, distance, &T::getSchanAddress, &T::width, &T::instanceCount};
+}
+
 const std::vector<VectorClass> kVectorClasses = {
-    {"CrpsEngineInitRequest", 0, &CrpsEngineInitRequest::getSchanAddress,
-     &CrpsEngineInitRequest::width, &CrpsEngineInitRequest::instanceCount},
-    {"CrpsEngineScanEnable", 4, &CrpsEngineScanEnable::getSchanAddress,
-     &CrpsEngineScanEnable::width, &CrpsEngineScanEnable::instanceCount},
-    {"CrpsEnginesDmaSelect", 8, &CrpsEnginesDmaSelect::getSchanAddress,
-     &CrpsEnginesDmaSelect::width, &CrpsEnginesDmaSelect::instanceCount},
-    {"CrpsEngineMmuxEn", 14, &CrpsEngineMmuxEn::getSchanAddress, &CrpsEngineMmuxEn::width,
-     &CrpsEngineMmuxEn::instanceCount},
+    vectorClass<CrpsEngineInitRequest>("CrpsEngineInitRequest", 0),
+    vectorClass<CrpsEngineScanEnable>("CrpsEngineScanEnable", 4),
+    vectorClass<CrpsEnginesDmaSelect>("CrpsEnginesDmaSelect", 8),
+    vectorClass<CrpsEngineMmuxEn>("CrpsEngineMmuxEn", 14),
 };
 
 // CRPS block instances by chip: (subBlock, block) for identifier 0, 1, ...
 std::vector<std::pair<U32, U32>> crpsInstances(ChipType chip) {
+  // clang-format off
   switch (chip) {
-    case ChipType::BCM88690_B0:
-      return {{2, 1}, {16, 8}};
-    case ChipType::BCM88800_A0:
-      return {{10, 5}};
-    case ChipType::BCM88850_A0:
-      return {{10, 12}, {10, 24}};
-    case ChipType::BCM88859_A2:
-      return {{10, 12}};
-    case ChipType::BCM88480_A0:
-    case ChipType::BCM88480_B0:
-      return {{0, 16}};
-    case ChipType::BCM88490_A0:
-      return {{0, 136}};
-    default:
-      return {{0, 105}, {0, 361}, {0, 617}, {0, 873}};
+    case ChipType::BCM88690_B0: return {{2, 1}, {16, 8}};
+    case ChipType::BCM88800_A0: return {{10, 5}};
+    case ChipType::BCM88850_A0: return {{10, 12}, {10, 24}};
+    case ChipType::BCM88859_A2: return {{10, 12}};
+    case ChipType::BCM88480_A0: case ChipType::BCM88480_B0: return {{0, 16}};
+    case ChipType::BCM88490_A0: return {{0, 136}};
+    default: return {{0, 105}, {0, 361}, {0, 617}, {0, 873}};
   }
+  // clang-format on
 }
 
 TEST(Geometry, VectorRegistersOnEveryChipAndInstance) {
@@ -232,23 +227,24 @@ TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
     EXPECT_EQ(std::make_pair(s0, b0), std::make_pair(s59, b59)) << name;
   }
   U32 s, k;
-  BlockMap::CFC(12, 0, 1, s, k);
-  EXPECT_EQ(std::make_pair(4u, 48u), std::make_pair(s, k));
   for (ChipType c : tc::allChips()) {
     BlockMap::ECI(tc::num(c), 0, 0, s, k);
     EXPECT_EQ(std::make_pair(0u, 0u), std::make_pair(s, k));
   }
-  BlockMap::IPPF(10, 0, 1, s, k);
-  EXPECT_EQ(std::make_pair(0u, 10u), std::make_pair(s, k));
-  BlockMap::CGM(24, 0, 3, s, k);
-  EXPECT_EQ(std::make_pair(0u, 851u), std::make_pair(s, k));
-  // CDU instance lists depend on the variant.
-  BlockMap::CDU(12, 0, 1, s, k);
-  EXPECT_EQ(std::make_pair(4u, 28u), std::make_pair(s, k));
-  BlockMap::CDU(12, 1, 8, s, k);
-  EXPECT_EQ(std::make_pair(20u, 27u), std::make_pair(s, k));
-  BlockMap::CDU(10, 1, 9, s, k);
-  EXPECT_EQ(std::make_pair(26u, 7u), std::make_pair(s, k));
+  // Single cells; CDU instance lists depend on the variant.
+  // clang-format off
+  struct Cell { const char* name; Fn fn; U32 chip; U8 variant; U32 id, subBlock, block; };
+  const Cell cells[] = {
+      {"CFC", &BlockMap::CFC, 12, 0, 1, 4, 48},  {"IPPF", &BlockMap::IPPF, 10, 0, 1, 0, 10},
+      {"CGM", &BlockMap::CGM, 24, 0, 3, 0, 851}, {"CDU", &BlockMap::CDU, 12, 0, 1, 4, 28},
+      {"CDU", &BlockMap::CDU, 12, 1, 8, 20, 27}, {"CDU", &BlockMap::CDU, 10, 1, 9, 26, 7},
+      {"CLU", &BlockMap::CLU, 11, 0, 5, 10, 3}};
+  // clang-format on
+  for (const auto& x : cells) {
+    x.fn(x.chip, x.variant, x.id, s, k);
+    EXPECT_EQ(std::make_pair(x.subBlock, x.block), std::make_pair(s, k))
+        << x.name << " chip " << x.chip << " variant " << int(x.variant) << " id " << x.id;
+  }
   // 88859 has the first eight of the sixteen CDU v1 instances of 88850; NBU
   // and the other instance lists are in the status addressing test.
   for (U32 id = 0; id < 8; ++id) {
@@ -261,8 +257,6 @@ TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
     BlockMap::NBUTRX(25, 0, id, s, k);
     EXPECT_EQ(380 + id, k);
   }
-  BlockMap::CLU(11, 0, 5, s, k);
-  EXPECT_EQ(std::make_pair(10u, 3u), std::make_pair(s, k));
 }
 
 }  // namespace

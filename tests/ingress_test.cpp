@@ -40,8 +40,8 @@ std::vector<ChipType> operator+(std::vector<ChipType> a, const std::vector<ChipT
 const std::vector<ChipType> k690 = {C::BCM88690_B0}, k800 = {C::BCM88800_A0},
                             k850 = {C::BCM88850_A0}, k859 = {C::BCM88859_A2},
                             k490 = {C::BCM88490_A0};
-const std::vector<ChipType> kL1 = k690 + k800 + k850 + k859 + tc::chips88480x();
-const std::vector<ChipType> kL2 = k490 + tc::chips88860x();
+const std::vector<ChipType> k480x = tc::chips88480x(), k800x = k800 + k480x,
+                            k860x = tc::chips88860x();
 
 // One row of a class's geometry: entries is 0 for a register.
 struct Row {
@@ -55,83 +55,83 @@ struct Row {
 };
 
 const std::vector<Row>& rows() {
+  // clang-format off
   static const std::vector<Row> r = {
       {"IppaStatisticsInfo", k690, 476, 2, 7, 68, 0},
-      {"IppaStatisticsInfo", k800 + tc::chips88480x(), 479, 1, 7, 68, 0},
+      {"IppaStatisticsInfo", k800x, 479, 1, 7, 68, 0},
       {"IppaStatisticsInfo", k850, 478, 2, 7, 68, 0},
       {"IppaStatisticsInfo", k859, 478, 1, 7, 68, 0},
       {"IppaStatisticsInfo", k490, 483, 1, 13, 68, 0},
-      {"IppaStatisticsInfo", tc::chips88860x(), 484, 4, 13, 68, 0},
+      {"IppaStatisticsInfo", k860x, 484, 4, 13, 68, 0},
       {"IppfStatisticsInfo", k690, 498, 2, 7, 68, 0},
-      {"IppfStatisticsInfo", k800 + tc::chips88480x(), 556, 1, 7, 68, 0},
+      {"IppfStatisticsInfo", k800x, 556, 1, 7, 68, 0},
       {"IppfStatisticsInfo", k850, 532, 2, 7, 68, 0},
       {"IppfStatisticsInfo", k859, 532, 1, 7, 68, 0},
       {"IppfStatisticsInfo", k490, 493, 1, 13, 132, 0},
-      {"IppfStatisticsInfo", tc::chips88860x(), 504, 4, 13, 132, 0},
+      {"IppfStatisticsInfo", k860x, 504, 4, 13, 132, 0},
       {"IppfStatObjProfileAttr", k690, 505, 2, 6, 68, 0},
-      {"IppfStatObjProfileAttr", k800 + tc::chips88480x(), 563, 1, 6, 68, 0},
+      {"IppfStatObjProfileAttr", k800x, 563, 1, 6, 68, 0},
       {"IppfStatObjProfileAttr", k850, 539, 2, 6, 68, 0},
       {"IppfStatObjProfileAttr", k859, 539, 1, 6, 68, 0},
       {"IppfStatObjProfileAttr", k490, 506, 1, 6, 68, 0},
-      {"IppfStatObjProfileAttr", tc::chips88860x(), 517, 4, 6, 68, 0},
+      {"IppfStatObjProfileAttr", k860x, 517, 4, 6, 68, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k690, 478, 2, 6, 67, 0},
-      {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k800 + tc::chips88480x(), 478, 1, 6, 67,
-       0},
+      {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k800x, 478, 1, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k850, 476, 2, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k859, 476, 1, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k490, 447, 1, 6, 67, 0},
-      {"IppbCurrentLayerStatisticsMetaDataInstructionMap", tc::chips88860x(), 449, 4, 6, 67, 0},
+      {"IppbCurrentLayerStatisticsMetaDataInstructionMap", k860x, 449, 4, 6, 67, 0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k690, 484, 2, 1, 10, 0},
-      {"IppbCurrentLayerStatisticsMetaDataInformationMap", k800 + tc::chips88480x(), 484, 1, 1, 10,
-       0},
+      {"IppbCurrentLayerStatisticsMetaDataInformationMap", k800x, 484, 1, 1, 10, 0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k850, 482, 2, 1, 10, 0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k859, 482, 1, 1, 10, 0},
       {"IppbCurrentLayerStatisticsMetaDataInformationMap", k490, 453, 1, 1, 10, 0},
-      {"IppbCurrentLayerStatisticsMetaDataInformationMap", tc::chips88860x(), 455, 4, 1, 10, 0},
+      {"IppbCurrentLayerStatisticsMetaDataInformationMap", k860x, 455, 4, 1, 10, 0},
       {"IppcMapStatisticObject", k690 + k850, 10158080, 2, 1, 5, 32},
-      {"IppcMapStatisticObject", k800 + k859 + tc::chips88480x() + k490, 10158080, 1, 1, 5, 32},
-      {"IppcMapStatisticObject", tc::chips88860x(), 10158080, 4, 1, 5, 32},
+      {"IppcMapStatisticObject", k800 + k859 + k480x + k490, 10158080, 1, 1, 5, 32},
+      {"IppcMapStatisticObject", k860x, 10158080, 4, 1, 5, 32},
       {"IppcPerPortStatistics", k690 + k850, 10354688, 2, 1, 2, 256},
-      {"IppcPerPortStatistics", k800 + tc::chips88480x(), 10354688, 1, 1, 2, 1024},
+      {"IppcPerPortStatistics", k800x, 10354688, 1, 1, 2, 1024},
       {"IppcPerPortStatistics", k859 + k490, 10354688, 1, 1, 2, 256},
-      {"IppcPerPortStatistics", tc::chips88860x(), 10354688, 4, 1, 2, 256},
+      {"IppcPerPortStatistics", k860x, 10354688, 4, 1, 2, 256},
       {"FlpbContextEnablers", k690 + k850, 23592960, 2, 2, 1, 64},
-      {"FlpbContextEnablers", k800 + k859 + tc::chips88480x(), 23592960, 1, 2, 1, 64},
+      {"FlpbContextEnablers", k800 + k859 + k480x, 23592960, 1, 2, 1, 64},
       {"FlpbContextEnablers", k490, 23920640, 1, 2, 1, 64},
-      {"FlpbContextEnablers", tc::chips88860x(), 23789568, 4, 2, 1, 64},
+      {"FlpbContextEnablers", k860x, 23789568, 4, 2, 1, 64},
       {"CgmIntIrppStatSettings", k690, 624, 2, 4, 22, 0},
       {"CgmIntIrppStatSettings", k800, 436, 1, 4, 22, 0},
       {"CgmIntIrppStatSettings", k850, 562, 2, 4, 22, 0},
       {"CgmIntIrppStatSettings", k859, 562, 1, 4, 22, 0},
-      {"CgmIntIrppStatSettings", tc::chips88480x(), 564, 1, 4, 22, 0},
+      {"CgmIntIrppStatSettings", k480x, 564, 1, 4, 22, 0},
       {"CgmIntIrppStatSettings", k490, 546, 1, 6, 22, 0},
-      {"CgmIntIrppStatSettings", tc::chips88860x(), 545, 4, 6, 22, 0},
+      {"CgmIntIrppStatSettings", k860x, 545, 4, 6, 22, 0},
       {"CgmIntTmStatSettings", k690, 634, 2, 3, 11, 0},
       {"CgmIntTmStatSettings", k800, 440, 1, 3, 11, 0},
       {"CgmIntTmStatSettings", k850, 563, 2, 4, 11, 0},
       {"CgmIntTmStatSettings", k859, 563, 1, 4, 11, 0},
-      {"CgmIntTmStatSettings", tc::chips88480x(), 565, 1, 3, 11, 0},
+      {"CgmIntTmStatSettings", k480x, 565, 1, 3, 11, 0},
       {"CgmIntTmStatSettings", k490, 547, 1, 4, 11, 0},
-      {"CgmIntTmStatSettings", tc::chips88860x(), 546, 4, 4, 11, 0},
+      {"CgmIntTmStatSettings", k860x, 546, 4, 4, 11, 0},
       {"CgmIppHeaderCompensation", k690, 14548992, 2, 1, 1, 256},
       {"CgmIppHeaderCompensation", k800, 418816, 1, 1, 1, 1024},
       {"CgmIppHeaderCompensation", k850, 23035904, 2, 1, 1, 256},
       {"CgmIppHeaderCompensation", k859, 23035904, 1, 1, 1, 256},
-      {"CgmIppHeaderCompensation", tc::chips88480x(), 11632640, 1, 1, 1, 1024},
+      {"CgmIppHeaderCompensation", k480x, 11632640, 1, 1, 1, 1024},
       {"CgmIppHeaderCompensation", k490, 7864320, 1, 1, 1, 256},
-      {"CgmIppHeaderCompensation", tc::chips88860x(), 14647296, 4, 1, 1, 256},
+      {"CgmIppHeaderCompensation", k860x, 14647296, 4, 1, 1, 256},
       {"McpEngDbBankSource", k690, 256, 2, 1, 14, 0},
       {"McpEngDbBankSource", k800 + k859, 256, 1, 3, 38, 0},
       {"McpEngDbBankSource", k850, 256, 2, 3, 38, 0},
-      {"McpEngDbBankSource", tc::chips88480x(), 256, 1, 1, 10, 0},
+      {"McpEngDbBankSource", k480x, 256, 1, 1, 10, 0},
       {"McpEngDbBankSource", k490, 256, 1, 1, 12, 0},
-      {"McpEngDbBankSource", tc::chips88860x(), 256, 4, 2, 18, 0},
+      {"McpEngDbBankSource", k860x, 256, 4, 2, 18, 0},
       {"EciGpStatus0", k690, 565, 1, 4, 2, 0},
       {"EciGpStatus0", k800, 570, 1, 4, 2, 0},
       {"EciGpStatus0", k850 + k859, 439, 1, 4, 2, 0},
-      {"EciGpStatus0", tc::chips88480x() + tc::chips88860x(), 445, 1, 4, 2, 0},
+      {"EciGpStatus0", k480x + k860x, 445, 1, 4, 2, 0},
       {"EciGpStatus0", k490, 443, 1, 4, 2, 0},
   };
+  // clang-format on
   return r;
 }
 
@@ -157,23 +157,17 @@ std::pair<U32, U32> blockOf(const std::string& cls, ChipType chip, U32 id) {
   static const std::map<std::string, U32> base88860 = {{"IPPA", 36}, {"IPPB", 37}, {"IPPC", 38},
                                                        {"IPPF", 35}, {"CGM", 83},  {"MCP", 106}};
   const auto& cells = m.at(b);
+  // clang-format off
   switch (chip) {
-    case C::BCM88690_B0:
-      return cells[0][id];
-    case C::BCM88800_A0:
-      return cells[1][id];
-    case C::BCM88850_A0:
-      return cells[2][id];
-    case C::BCM88859_A2:
-      return cells[2][0];
-    case C::BCM88480_A0:
-    case C::BCM88480_B0:
-      return cells[3][id];
-    case C::BCM88490_A0:
-      return cells[4][id];
-    default:
-      return {0, base88860.at(b) + 256 * id};
+    case C::BCM88690_B0: return cells[0][id];
+    case C::BCM88800_A0: return cells[1][id];
+    case C::BCM88850_A0: return cells[2][id];
+    case C::BCM88859_A2: return cells[2][0];
+    case C::BCM88480_A0: case C::BCM88480_B0: return cells[3][id];
+    case C::BCM88490_A0: return cells[4][id];
+    default: return {0, base88860.at(b) + 256 * id};
   }
+  // clang-format on
 }
 
 TEST(IngressGeometry, EveryChipGroupThroughTheFactory) {
@@ -214,11 +208,11 @@ TEST(IngressFieldsById, IdentifiersFollowTextOrder) {
   // Position by identifier: element N of the table lies at 6*N (Uc) and 6*N+3 (Mc).
   Ippf::WithStorage ippf(C::BCM88860_A0, 0);
   Ippa::WithStorage ippa(C::BCM88860_A0, 0);
-  const std::vector<std::pair<U32, U16>> ippfIds = {{F::STAT_METADATA_1_MC, 9},
-                                                    {F::STAT_METADATA_10_MC, 63},
-                                                    {F::STAT_METADATA_10_UC, 60},
-                                                    {F::STAT_METADATA_63_UC, 378},
-                                                    {F::STAT_METADATA_9_MC, 57}};
+  // clang-format off
+  const std::vector<std::pair<U32, U16>> ippfIds = {
+      {F::STAT_METADATA_1_MC, 9}, {F::STAT_METADATA_10_MC, 63}, {F::STAT_METADATA_10_UC, 60},
+      {F::STAT_METADATA_63_UC, 378}, {F::STAT_METADATA_9_MC, 57}};
+  // clang-format on
   for (auto [id, off] : ippfIds) {
     EXPECT_EQ(ippf.fieldOffset(id), off) << id;
     if (off < 192) {
@@ -473,21 +467,14 @@ TEST(ProfilesDeath, Checks) {
 
 // Width of the queue numbers of the TM settings.
 unsigned qOf(ChipType c) {
+  // clang-format off
   switch (c) {
-    case C::BCM88690_B0:
-      return 16;
-    case C::BCM88800_A0:
-      return 17;
-    case C::BCM88850_A0:
-    case C::BCM88859_A2:
-      return 18;
-    case C::BCM88480_A0:
-    case C::BCM88480_B0:
-    case C::BCM88490_A0:
-      return 15;
-    default:
-      return 16;
+    case C::BCM88800_A0: return 17;
+    case C::BCM88850_A0: case C::BCM88859_A2: return 18;
+    case C::BCM88480_A0: case C::BCM88480_B0: case C::BCM88490_A0: return 15;
+    default: return 16;  // 88690 and 88860x
   }
+  // clang-format on
 }
 
 TEST(CgmSettings, PackedLayoutsOnEveryChip) {
