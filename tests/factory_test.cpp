@@ -1,30 +1,6 @@
 // Accessors by class name.
-// This program replaces the global allocation functions to count allocations;
-// the compiler's pairing check of new and free doesn't apply to it.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-
-#include <atomic>
-#include <cstdlib>
-#include <new>
-
+#include "AllocationCounter.h"
 #include "TestSupport.h"
-
-namespace {
-std::atomic<long> allocations{0};
-}  // namespace
-
-// Counts every allocation of this test program.
-void* operator new(std::size_t n) {
-  allocations.fetch_add(1);
-  if (void* p = std::malloc(n ? n : 1)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept {
-  std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-  std::free(p);
-}
 
 using namespace Hardware;
 
@@ -75,11 +51,11 @@ TEST(Factory, OneAllocationPerObjectAndNoneForQueries) {
   stringObj("CrpsEngineInitRequest", ChipType::BCM88690_B0, 0);
   Hardware::chipTypeVariantValid("CrpsEngineInitRequest", ChipType::BCM88690_B0, 0);
   const Larch::String name("CrpsModulesrcCfg");
-  const long before = allocations.load();
+  const long before = tc::allocations();
   auto object = stringObj(name, ChipType::BCM88860_A0, 0);
-  EXPECT_EQ(1, allocations.load() - before);
+  EXPECT_EQ(1, tc::allocations() - before);
 
-  const long queries = allocations.load();
+  const long queries = tc::allocations();
   const Larch::String field("modulesrcNGroupSize0");
   U32 a, s, b;
   for (int i = 0; i < 10; ++i) {
@@ -91,7 +67,7 @@ TEST(Factory, OneAllocationPerObjectAndNoneForQueries) {
     object->allFieldsMask();
     object->fieldWidth(FieldIds::MODULESRC_N_GROUP_SIZE_0);
   }
-  EXPECT_EQ(0, allocations.load() - queries);
+  EXPECT_EQ(0, tc::allocations() - queries);
 }
 
 }  // namespace

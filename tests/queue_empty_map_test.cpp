@@ -1,32 +1,9 @@
 // The egress queue empty map: 512 one-bit flags, the whole map as one
 // 512-bit view over them, and the indexed accessor by queue number.
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
-#include <new>
 
+#include "AllocationCounter.h"
 #include "TestSupport.h"
-
-// Counts allocations made while a test asks for it: a lookup by name must make none.
-namespace {
-std::atomic<bool> counting{false};
-std::atomic<unsigned> allocations{0};
-}  // namespace
-
-// GCC pairs the replaced operators below with the library's new/delete
-// expressions and can't see that they match.
-#pragma GCC diagnostic ignored "-Wmismatched-new-delete"
-void* operator new(std::size_t size) {
-  if (counting) ++allocations;
-  if (void* p = std::malloc(size ? size : 1)) return p;
-  throw std::bad_alloc();
-}
-void operator delete(void* p) noexcept {
-  std::free(p);
-}
-void operator delete(void* p, std::size_t) noexcept {
-  std::free(p);
-}
 
 namespace {
 
@@ -157,13 +134,11 @@ TEST(QueueEmptyMap, LookupByNameAllocatesNothing) {
   std::vector<U8> buf(64, 0xff);
   PqpEgressQueuesEmpty map(ChipType::BCM88850_A0, buf.data(), 64, false, 0);
   const Larch::String last("queueEmpty511"), whole("eqmEmpty");
-  allocations = 0;
-  counting = true;
+  const long before = tc::allocations();
   const U64 a = map.stringField(last, 0);
   map.stringFieldIs(last, 0);
   const U64 b = map.stringField(whole, 7);
-  counting = false;
-  EXPECT_EQ(allocations, 0u);
+  EXPECT_EQ(0, tc::allocations() - before);
   EXPECT_EQ(a, 1u);
   EXPECT_EQ(b, 0x7fffffffffffffffull);
 }
