@@ -26,6 +26,22 @@ using ValidMap =
                        std::equal_to<Larch::String>,
                        Larch::Allocator<std::pair<const Larch::String, ValidFunction>>>;
 
+// Spreads the names over enough buckets that none shares one. A lookup then
+// hashes the name once and compares it once: in a shared bucket it would
+// also hash each name ahead of the one it looks for, since the nodes don't
+// keep their hash codes. The names and the hash are fixed, so the number of
+// buckets comes out the same on every run.
+template <typename Map>
+Map spreadOverBuckets(Map map) {
+  const auto shared = [&map] {
+    for (std::size_t b = 0; b < map.bucket_count(); ++b)
+      if (map.bucket_size(b) > 1) return true;
+    return false;
+  };
+  while (shared()) map.rehash(2 * map.bucket_count());
+  return map;
+}
+
 ObjMap buildObjMap() {
 #define TC_FACTORY_ENTRY(X)                                    \
   {#X, [](Hardware::ChipType chipType, U8 variant) {           \
@@ -36,7 +52,7 @@ ObjMap buildObjMap() {
 #include "FactoryEntries.inc"
   };
 #undef TC_FACTORY_ENTRY
-  return ObjMap(std::begin(entries), std::end(entries), 0);
+  return spreadOverBuckets(ObjMap(std::begin(entries), std::end(entries), 0));
 }
 
 ValidMap buildValidMap() {
@@ -45,7 +61,7 @@ ValidMap buildValidMap() {
 #include "FactoryEntries.inc"
   };
 #undef TC_FACTORY_ENTRY
-  return ValidMap(std::begin(entries), std::end(entries), 0);
+  return spreadOverBuckets(ValidMap(std::begin(entries), std::end(entries), 0));
 }
 
 }  // namespace
