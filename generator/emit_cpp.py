@@ -749,16 +749,18 @@ class Emitter:
         uses_word = any(is_raw(f.type) for f in k.fields)
         if not uses_word:
             o("(void)word;")
+        if k.fields:
+            o("const std::string_view fieldName = name.view();")
         for f in k.fields:
             if is_raw(f.type):
                 words = TYPE_BITS[f.type] // 64
-                o(f'if (name == "{f.name}") {{')
+                o(f'if (TesselCounters::nameIs(fieldName, "{f.name}")) {{')
                 o(f"  const {f.type} value = {f.name}();")
                 o(f"  TC_ASSERT(word < {words});")
                 o("  return TesselCounters::rawWord(value.data(), word);")
                 o("}")
             else:
-                o(f'if (name == "{f.name}") return {f.name}();')
+                o(f'if (TesselCounters::nameIs(fieldName, "{f.name}")) return {f.name}();')
         o('TC_SASSERT(false, << "fieldName not found.");')
         o.dedent()
         o("}")
@@ -769,12 +771,14 @@ class Emitter:
         t(o, "stringFieldIs", f"void {Q}::stringFieldIs(const String&, const U64&)")
         if not k.fields or all(is_raw(f.type) for f in k.fields):
             o("(void)value;")
+        if k.fields:
+            o("const std::string_view fieldName = name.view();")
         for f in k.fields:
             if is_raw(f.type):
-                o(f'if (name == "{f.name}") TC_ASSERT(false);')
+                o(f'if (TesselCounters::nameIs(fieldName, "{f.name}")) TC_ASSERT(false);')
             else:
                 arg = "value" if f.type == "U64" else f"static_cast<{f.type}>(value)"
-                o(f'if (name == "{f.name}") return {f.name}Is({arg});')
+                o(f'if (TesselCounters::nameIs(fieldName, "{f.name}")) return {f.name}Is({arg});')
         o('TC_SASSERT(false, << "fieldName not found or is const.");')
         o.dedent()
         o("}")

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <cstring>
+#include <string_view>
 
 // The source unit that traces and assertions name.
 #define TC_UNIT "TesselCountersMetaInfo"
@@ -94,6 +95,14 @@ namespace TesselCounters {
 
 inline Orrery::ChipAndVariant chipAndVariant(U8 chipType, U8 variant) {
   return Orrery::ChipAndVariant{static_cast<Hardware::ChipType>(chipType), variant};
+}
+
+// Whether a field name given by the caller is the name `text`: the lengths
+// first, then the bytes, all inline. Where one function compares a name with
+// hundreds of texts, most of them cost one comparison of lengths.
+template <std::size_t N>
+[[gnu::always_inline]] inline bool nameIs(std::string_view name, const char (&text)[N]) {
+  return name.size() == N - 1 && std::memcmp(name.data(), text, N - 1) == 0;
 }
 
 // 64-bit word number `word` of a raw value, low byte first.
