@@ -92,7 +92,8 @@ struct CheckedView {
   U8 variant;
   U16 len;
 };
-extern const U16* traceMask;
+// Hidden, as the library's own pointer to its trace mask is.
+extern const U16* traceMask __attribute__((visibility("hidden")));
 U8 narrowChecked(const CheckedView& v);
 void narrowIsChecked(CheckedView& v, U8 value);
 

@@ -88,16 +88,22 @@ class Emitter:
         for c in chips:
             out(f"case {c}:  // {self.chip_names[c]}")
 
-    def assert_switch(self, out, chip_expr, var_expr, mapping, body):
+    def assert_switch(self, out, chip_expr, var_expr, mapping, body, function=None):
         """Arms check the variant by assertion: "variant == v" for one variant,
-        "0" for a variant outside several; the default arm asserts "0"."""
+        "0" for a variant outside several; the default arm asserts "0".
+        `function` names a variable holding the name the failures report, for
+        code that runs outside the accessor's own body."""
+
+        def check(cond):
+            return f"TC_ASSERT_IN({cond}, {function});" if function else f"TC_ASSERT({cond});"
+
         out(f"switch ({chip_expr}) {{")
         for chips, vmap in chip_groups(mapping):
             self.chip_case(out, chips)
             out.indent()
             if len(vmap) == 1:
                 (v, value), = vmap.items()
-                out(f"TC_ASSERT({var_expr} == {v});")
+                out(check(f"{var_expr} == {v}"))
                 body(out, value)
             else:
                 out(f"switch ({var_expr}) {{")
@@ -107,12 +113,44 @@ class Emitter:
                     body(out, value)
                     out.dedent()
                 out("default:")
-                out("  TC_ASSERT(0);")
+                out("  " + check("0"))
                 out("}")
                 out("break;")
             out.dedent()
         out("default:")
-        out("  TC_ASSERT(0);")
+        out("  " + check("0"))
+        out("}")
+
+    def fast_switch(self, out, mapping, guard, body, declare=None):
+        """The path of a call that passes every check: a test of the trace
+        level, then one switch on chip and variant together, whose arms run
+        the body when their guard holds. Anything else leaves the switch for
+        the code that follows, which writes the trace line and makes the
+        checks one by one, each with its own text. Merged and without calls,
+        the checks cost a few instructions and no saved register."""
+        by_cell = {}
+        for key in sorted(mapping):
+            by_cell.setdefault(mapping[key], []).append(key)
+        out("if (!TC_TRACE_ON(8)) {")
+        out.indent()
+        if declare:
+            out(declare)
+        out("switch (TesselCounters::chipVariantKey(chipType_, variant_)) {")
+        for cell, keys in by_cell.items():
+            for chip, variant in keys:
+                out(f"case {chip | variant << 8}:  // {self.chip_names[chip]} variant {variant}")
+            out.indent()
+            out(f"if ({guard(cell)}) {{")
+            out.indent()
+            body(out, cell)
+            out.dedent()
+            out("}")
+            out("break;")
+            out.dedent()
+        out("default:")
+        out("  break;")
+        out("}")
+        out.dedent()
         out("}")
 
     def cond_switch(self, out, chip_expr, var_expr, mapping, body):
@@ -572,44 +610,77 @@ class Emitter:
         def t(o, fn, sig):
             o(f'TC_TRACE(8, "{fn}", "{sig}", chipType_, variant_);')
 
-        # Getter.
-        o(f"{T} {X}::{f.name}() const {{")
-        o.indent()
-        t(o, f.name, f"{T} {Q}::{f.name}() const")
+        # Getter and setter: the checks of a call that passes them all are
+        # made together on a path without calls (fast_switch); a call that is
+        # traced or fails a check goes to a cold lambda that writes the trace
+        # line and makes the checks one by one, each with its own text and
+        # the accessor's own name.
         if raw:
-            o(f"{T} result{{}};")
+            declare = f"{T} result{{}};"
             dst = "result.data()"
         else:
-            o(f"{T} result = 0;")
+            declare = f"{T} result = 0;"
             dst = "reinterpret_cast<U8*>(&result)"
 
-        def get_body(out, cell):
+        def get_copy(out, cell):
             off, w = cell
-            out(f"TC_ASSERT(len_ >= {(off + w + 7) // 8});")
             out(f"Detail::copyBits({dst}, {size}, buf_, len_, {w}, 0, {off});")
             out("return result;")
 
-        self.assert_switch(o, "chipType_", "variant_", f.cells, get_body)
+        def get_body(out, cell):
+            off, w = cell
+            out(f"TC_ASSERT_IN(len_ >= {(off + w + 7) // 8}, function);")
+            get_copy(out, cell)
+
+        o(f"{T} {X}::{f.name}() const {{")
+        o.indent()
+        self.fast_switch(o, f.cells, lambda c: f"len_ >= {(c[0] + c[1] + 7) // 8}", get_copy,
+                         declare)
+        o("return [this, function = __PRETTY_FUNCTION__]() TC_SLOW_PATH {")
+        o.indent()
+        o(declare)
+        t(o, f.name, f"{T} {Q}::{f.name}() const")
+        self.assert_switch(o, "chipType_", "variant_", f.cells, get_body, "function")
+        o.dedent()
+        o("}();")
         o.dedent()
         o("}")
         o()
 
-        # Setter.
         param = const_ref(T)
-        o(f"void {X}::{f.name}Is({param} value) {{")
-        o.indent()
-        t(o, f"{f.name}Is", f"void {Q}::{f.name}Is({param})")
         src = "value.data()" if raw else "reinterpret_cast<const U8*>(&value)"
 
-        def set_body(out, cell):
+        def value_checked(w):
+            return not raw and w not in (8, 16, 32, 64)
+
+        def set_copy(out, cell):
             off, w = cell
-            out(f"TC_ASSERT(len_ >= {(off + w + 7) // 8});")
-            if not raw and w not in (8, 16, 32, 64):
-                out(f"TC_ASSERT(value <= {hexval((1 << w) - 1)});")
             out(f"Detail::copyBits(buf_, len_, {src}, {size}, {w}, {off}, 0);")
             out("return;")
 
-        self.assert_switch(o, "chipType_", "variant_", f.cells, set_body)
+        def set_guard(cell):
+            off, w = cell
+            guard = f"len_ >= {(off + w + 7) // 8}"
+            if value_checked(w):
+                guard += f" && value <= {hexval((1 << w) - 1)}"
+            return guard
+
+        def set_body(out, cell):
+            off, w = cell
+            out(f"TC_ASSERT_IN(len_ >= {(off + w + 7) // 8}, function);")
+            if value_checked(w):
+                out(f"TC_ASSERT_IN(value <= {hexval((1 << w) - 1)}, function);")
+            set_copy(out, cell)
+
+        o(f"void {X}::{f.name}Is({param} value) {{")
+        o.indent()
+        self.fast_switch(o, f.cells, set_guard, set_copy)
+        o("[this, &value, function = __PRETTY_FUNCTION__]() TC_SLOW_PATH {")
+        o.indent()
+        t(o, f"{f.name}Is", f"void {Q}::{f.name}Is({param})")
+        self.assert_switch(o, "chipType_", "variant_", f.cells, set_body, "function")
+        o.dedent()
+        o("}();")
         o.dedent()
         o("}")
         o()
@@ -725,20 +796,34 @@ class Emitter:
         o("}")
         o()
 
-        o(f"void {X}::setField64(U32 id, U64 value) {{")
+        # As the typed setters: the untraced call of a known identifier takes
+        # a path without the trace call; anything else the cold lambda.
+        def set_cases(out, default):
+            out("switch (id) {")
+            for f in k.fields:
+                if is_raw(f.type):
+                    continue
+                out(f"case {f.id}:")
+                arg = "value" if f.type == "U64" else f"static_cast<{f.type}>(value)"
+                out(f"  {f.name}Is({arg});")
+                out("  return;")
+            out("default:")
+            out(f"  {default}")
+            out("}")
+
+        o(f"TC_FLATTEN void {X}::setField64(U32 id, U64 value) {{")
+        o.indent()
+        o("if (!TC_TRACE_ON(8)) {")
+        o.indent()
+        set_cases(o, "break;")
+        o.dedent()
+        o("}")
+        o("[this, id, value, function = __PRETTY_FUNCTION__]() TC_SLOW_PATH {")
         o.indent()
         t(o, "setField64", f"void {Q}::setField64(U32, U64)")
-        o("switch (id) {")
-        for f in k.fields:
-            if is_raw(f.type):
-                continue
-            o(f"case {f.id}:")
-            arg = "value" if f.type == "U64" else f"static_cast<{f.type}>(value)"
-            o(f"  {f.name}Is({arg});")
-            o("  return;")
-        o("default:")
-        o("  TC_ASSERT(false);")
-        o("}")
+        set_cases(o, "TC_ASSERT_IN(false, function);")
+        o.dedent()
+        o("}();")
         o.dedent()
         o("}")
         o()

@@ -161,6 +161,30 @@ TEST(ModuleSource, AbsentFieldsStopInTypedAccessorsWithTheirTexts) {
   EXPECT_ASSERTION(eight.modulesrcNPhyAddressExceedMaskIs(0x1f), "len_ >= 9");
 }
 
+// A stopped call names the accessor it was made on, with the unit and line,
+// whichever of its checks stopped it and whether or not its level is on.
+TEST(TypedAccessors, AFailedCheckNamesTheAccessor) {
+  std::array<U8, 44> buf{};
+  CrpsEngineCfg c(ChipType::BCM88690_B0, buf.data(), 44, false, 0);
+  CrpsEngineCfg shortBuf(ChipType::BCM88690_B0, buf.data(), 24, false, 0);
+  const std::string unit = "TesselCountersMetaInfo:[0-9]+: ";
+  EXPECT_DEATH(c.engineNScanCorEnableIs(2),
+               unit +
+                   tc::escapeRegex("void Hardware::CrpsEngineCfg::engineNScanCorEnableIs(U8): ") +
+                   tc::assertion("value <= 0x1"));
+  EXPECT_DEATH(shortBuf.engineNScanCorEnable(),
+               unit +
+                   tc::escapeRegex("U8 Hardware::CrpsEngineCfg::engineNScanCorEnable() const: ") +
+                   tc::assertion("len_ >= 25"));
+  EXPECT_DEATH(c.engineNLfsrEnable(),
+               unit + tc::escapeRegex("U8 Hardware::CrpsEngineCfg::engineNLfsrEnable() const: ") +
+                   tc::assertion("0"));
+  EXPECT_DEATH(c.setField64(119, 0),
+               unit +
+                   tc::escapeRegex("virtual void Hardware::CrpsEngineCfg::setField64(U32, U64): ") +
+                   tc::assertion("false"));
+}
+
 TEST(ById, ConversionToTheFieldTypeComesBeforeTheValueCheck) {
   CrpsModulesrcCfg::WithStorage m(ChipType::BCM88690_B0, 0);
   // A U8 field of 4 bits: 0x100 becomes 0 and passes, 0x110 becomes 0x10 and stops.

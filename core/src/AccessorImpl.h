@@ -14,10 +14,21 @@
 
 // Plain assertion: the platform's assertion failure with the condition's text.
 // Not affected by NDEBUG.
-#define TC_ASSERT(cond)                                                                     \
-  do {                                                                                      \
-    if (!(cond)) ::Orrery::assertionFailure(#cond, TC_UNIT, __LINE__, __PRETTY_FUNCTION__); \
+#define TC_ASSERT(cond) TC_ASSERT_IN(cond, __PRETTY_FUNCTION__)
+
+// The same, for code that runs on behalf of the function `function` names.
+#define TC_ASSERT_IN(cond, function)                                               \
+  do {                                                                             \
+    if (!(cond)) ::Orrery::assertionFailure(#cond, TC_UNIT, __LINE__, (function)); \
   } while (0)
+
+// The path of a call that is traced or fails a check, kept out of line and
+// apart from the path of a call that passes.
+#define TC_SLOW_PATH __attribute__((noinline, cold))
+
+// Inlines what a function calls, so that access by identifier reaches the
+// typed accessor's checks and bit copy without a second call.
+#define TC_FLATTEN __attribute__((flatten))
 
 // Message assertion: the message goes to stderr through the helper first,
 // then the platform's assertion failure follows with the quoted condition
@@ -103,6 +114,11 @@ inline Orrery::ChipAndVariant chipAndVariant(U8 chipType, U8 variant) {
 template <std::size_t N>
 [[gnu::always_inline]] inline bool nameIs(std::string_view name, const char (&text)[N]) {
   return name.size() == N - 1 && std::memcmp(name.data(), text, N - 1) == 0;
+}
+
+// Chip and variant as one number, for a switch over both at once.
+inline unsigned chipVariantKey(U8 chipType, U8 variant) {
+  return static_cast<unsigned>(chipType) | static_cast<unsigned>(variant) << 8;
 }
 
 // 64-bit word number `word` of a raw value, low byte first.
