@@ -121,6 +121,14 @@ class Emitter:
         out("  " + check("0"))
         out("}")
 
+    @staticmethod
+    def guarded(out, cond, body, value):
+        out(f"if ({cond}) {{")
+        out.indent()
+        body(out, value)
+        out.dedent()
+        out("}")
+
     def fast_switch(self, out, mapping, guard, body, declare=None):
         """The path of a call that passes every check: a test of the trace
         level, then one switch on chip and variant together, whose arms run
@@ -140,11 +148,7 @@ class Emitter:
             for chip, variant in keys:
                 out(f"case {chip | variant << 8}:  // {self.chip_names[chip]} variant {variant}")
             out.indent()
-            out(f"if ({guard(cell)}) {{")
-            out.indent()
-            body(out, cell)
-            out.dedent()
-            out("}")
+            self.guarded(out, guard(cell), body, cell)
             out("break;")
             out.dedent()
         out("default:")
@@ -162,11 +166,7 @@ class Emitter:
             out.indent()
             if len(vmap) == 1:
                 (v, value), = vmap.items()
-                out(f"if ({var_expr} == {v}) {{")
-                out.indent()
-                body(out, value)
-                out.dedent()
-                out("}")
+                self.guarded(out, f"{var_expr} == {v}", body, value)
             else:
                 out(f"switch ({var_expr}) {{")
                 for value, variants in variant_groups(vmap):
