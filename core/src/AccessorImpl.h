@@ -27,8 +27,14 @@
 #define TC_SLOW_PATH __attribute__((noinline, cold))
 
 // Inlines what a function calls, so that access by identifier reaches the
-// typed accessor's checks and bit copy without a second call.
+// typed accessor's checks and bit copy without a second call. Not in a build
+// for a sanitizer: there the instrumented copies of hundreds of setters in
+// one function take minutes to compile, and the code is the same either way.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define TC_FLATTEN
+#else
 #define TC_FLATTEN __attribute__((flatten))
+#endif
 
 // Message assertion: the message goes to stderr through the helper first,
 // then the platform's assertion failure follows with the quoted condition
