@@ -131,11 +131,15 @@ class Emitter:
 
     def fast_switch(self, out, mapping, guard, body, declare=None):
         """The path of a call that passes every check: a test of the trace
-        level, then one switch on chip and variant together, whose arms run
-        the body when their guard holds. Anything else leaves the switch for
+        level, then one dispatch on chip and variant together, whose arms run
+        the body when their guard holds. Anything else leaves the dispatch for
         the code that follows, which writes the trace line and makes the
         checks one by one, each with its own text. Merged and without calls,
-        the checks cost a few instructions and no saved register."""
+        the checks cost a few instructions and no saved register.
+
+        Where every pair is variant 0 of a chip, the pairs fit in a 64-bit
+        set and each arm is one bit test (or one comparison for a single
+        chip); otherwise a switch."""
         by_cell = {}
         for key in sorted(mapping):
             by_cell.setdefault(mapping[key], []).append(key)
@@ -143,17 +147,37 @@ class Emitter:
         out.indent()
         if declare:
             out(declare)
-        out("switch (TesselCounters::chipVariantKey(chipType_, variant_)) {")
-        for cell, keys in by_cell.items():
-            for chip, variant in keys:
-                out(f"case {chip | variant << 8}:  // {self.chip_names[chip]} variant {variant}")
+        if all(chip < 64 and variant == 0 for chip, variant in mapping):
+            out("const unsigned key = TesselCounters::chipVariantKey(chipType_, variant_);")
+            out("if (key < 64) {")
             out.indent()
-            self.guarded(out, guard(cell), body, cell)
-            out("break;")
+            # Larger sets of chips first: fewer tests on average.
+            arms = sorted(by_cell.items(), key=lambda arm: -len(arm[1]))
+            for n, (cell, keys) in enumerate(arms):
+                names = ", ".join(self.chip_names[chip] for chip, _ in keys)
+                if len(keys) == 1:
+                    test = f"key == {keys[0][0]}"
+                else:
+                    test = f"TesselCounters::keyIn(key, {hexval(sum(1 << chip for chip, _ in keys))})"
+                out(f"{'} else ' if n else ''}if ({test}) {{  // {names}")
+                out.indent()
+                self.guarded(out, guard(cell), body, cell)
+                out.dedent()
+            out("}")
             out.dedent()
-        out("default:")
-        out("  break;")
-        out("}")
+            out("}")
+        else:
+            out("switch (TesselCounters::chipVariantKey(chipType_, variant_)) {")
+            for cell, keys in by_cell.items():
+                for chip, variant in keys:
+                    out(f"case {chip | variant << 8}:  // {self.chip_names[chip]} variant {variant}")
+                out.indent()
+                self.guarded(out, guard(cell), body, cell)
+                out("break;")
+                out.dedent()
+            out("default:")
+            out("  break;")
+            out("}")
         out.dedent()
         out("}")
 
@@ -675,7 +699,10 @@ class Emitter:
         o(f"void {X}::{f.name}Is({param} value) {{")
         o.indent()
         self.fast_switch(o, f.cells, set_guard, set_copy)
-        o("[this, &value, function = __PRETTY_FUNCTION__]() TC_SLOW_PATH {")
+        # A scalar is captured by copy: taken by reference, its address would
+        # keep it in memory on the fast path too.
+        capture = "&value" if raw else "value"
+        o(f"[this, {capture}, function = __PRETTY_FUNCTION__]() TC_SLOW_PATH {{")
         o.indent()
         t(o, f"{f.name}Is", f"void {Q}::{f.name}Is({param})")
         self.assert_switch(o, "chipType_", "variant_", f.cells, set_body, "function")

@@ -127,6 +127,11 @@ inline unsigned chipVariantKey(U8 chipType, U8 variant) {
   return static_cast<unsigned>(chipType) | static_cast<unsigned>(variant) << 8;
 }
 
+// Whether bit `key` (below 64) is set in `keys`: one bit test.
+inline bool keyIn(unsigned key, U64 keys) {
+  return (keys >> key) & 1;
+}
+
 // 64-bit word number `word` of a raw value, low byte first.
 inline U64 rawWord(const U8* bytes, U16 word) {
   U64 value;
