@@ -4,6 +4,10 @@ Every chip-dependent answer becomes a switch on the chip, one arm per group of
 chips with the same answer, and inside an arm either the one-variant check or
 a switch on the variant. Assertion texts come from the code itself through the
 stringising assertion macros, so what a failure prints is what the code says.
+
+Typed getters and setters and setField64 put a path in front of that: the
+call that passes every check is served without a call of its own, and only
+a traced or failing call reaches the switch above, in a cold lambda.
 """
 
 from catalogue import is_raw, TYPE_BITS

@@ -30,7 +30,9 @@ using ValidMap =
 // hashes the name once and compares it once: in a shared bucket it would
 // also hash each name ahead of the one it looks for, since the nodes don't
 // keep their hash codes. The names and the hash are fixed, so the number of
-// buckets comes out the same on every run.
+// buckets comes out the same on every run. The growth stops at a thousand
+// buckets a name, so that two names of one hash code would only share a
+// bucket (a lookup stays right, just slower), not grow it without end.
 template <typename Map>
 Map spreadOverBuckets(Map map) {
   const auto shared = [&map] {
@@ -38,7 +40,7 @@ Map spreadOverBuckets(Map map) {
       if (map.bucket_size(b) > 1) return true;
     return false;
   };
-  while (shared()) map.rehash(2 * map.bucket_count());
+  while (shared() && map.bucket_count() < 1024 * map.size()) map.rehash(2 * map.bucket_count());
   return map;
 }
 
