@@ -325,7 +325,9 @@ RESERVED = {"width", "regWidth", "tableWidth", "arrayElements", "maxIdentifier",
             "getAllFields", "entries", "index_min", "arrayIndex_min", "entrySpans",
             "tableVariantCount", "isPrimary", "isTable", "setField64", "stringField",
             "stringFieldIs", "fieldWidth", "fieldOffset", "isFieldValid", "handleBuf",
-            "chipTypeVariantValid"}
+            "chipTypeVariantValid",
+            # functions of the generated source that the accessors call
+            "rowOf", "fieldOf", "readField", "writeField", "readRaw", "writeRaw"}
 
 
 class Klass:
@@ -418,6 +420,8 @@ class Klass:
             self._add_fields(f, params, ids, by_name, where)
         self.fields.sort(key=lambda x: x.id)
         self.fields_by_name = by_name
+        if not self.fields:
+            fail(where, "no fields")
 
         # Indexed accessors.
         self.indexed = []
@@ -601,6 +605,8 @@ class Klass:
             if row.arrayElements < 1:
                 fail(rw, "arrayElements below 1")
             if self.is_memory:
+                if (key[0], 0) not in self.rows:
+                    fail(rw, "a memory has variant 0 on every chip it exists on")
                 variants = sum(1 for (c, _) in self.rows if c == key[0])
                 if row.tableVariantCount != variants:
                     fail(rw, f"tableVariantCount {row.tableVariantCount} given, "

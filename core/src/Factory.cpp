@@ -5,6 +5,7 @@
 #include <TesselCountersOrrery.h>
 
 #include <functional>
+#include <ostream>
 #include <iterator>
 #include <memory>
 #include <unordered_map>

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -158,12 +159,18 @@ TraceHelper::~TraceHelper() {
   if (n > 0) writeAll(line, std::min(static_cast<std::size_t>(n), sizeof(line) - 1));
 }
 
-SassertHelper::SassertHelper(const char* condition) : condition_(condition) {}
+// The condition is delivered by the assertion that follows the message.
+SassertHelper::SassertHelper(const char* /*condition*/) : message_(new std::ostringstream) {}
 
 SassertHelper::~SassertHelper() {
-  std::string text = message_.str();
+  std::string text = message_->str();
   text += '\n';
   writeAll(text.data(), text.size());
+  delete message_;
+}
+
+std::ostream& SassertHelper::stream() {
+  return *message_;
 }
 
 }  // namespace Wisp

@@ -3,9 +3,14 @@
 
 #include <cstddef>
 #include <cstring>
-#include <functional>
 #include <iosfwd>
 #include <string_view>
+
+// std::hash and std::equal_to, without the rest of <functional>, which would
+// be most of what every accessor's source reads. The byte hash below is the
+// standard library's own already.
+#include <bits/functional_hash.h>
+#include <bits/stl_function.h>
 
 namespace Larch {
 namespace Impl {

@@ -11,125 +11,110 @@ namespace Detail {
 
 namespace BitsImpl {
 
-// The bytes that hold bits off .. off + n - 1, as one load or store, where
-// those bits lie in 8 bytes ((off mod 8) + n <= 64, so always for n <= 57):
-// the smallest window of 1, 2, 4 or 8 bytes that ends at the last of those
-// bytes, moved back to byte 0 if it would start before it. Where the offsets
-// and widths are constants, as in a generated accessor, all of this folds
-// away and leaves one load and one shift.
-struct Window {
-  int start;  // first byte of the window
-  int size;   // bytes in the window
-  int shift;  // bit off, counted from the window's first byte
-};
-
-[[gnu::always_inline]] inline Window window(int off, int n) {
-  const int first = off >> 3;
-  const int end = (off + n + 7) >> 3;  // one past the last byte
-  const int bytes = end - first;
-  const int size = bytes <= 1 ? 1 : bytes <= 2 ? 2 : bytes <= 4 ? 4 : 8;
-  const int start = end - size < 0 ? 0 : end - size;
-  return Window{start, size, off - 8 * start};
+// The n bytes at p (1 <= n <= 8) as a little-endian number, in one or two
+// loads: two overlapping ones where n is not a power of two.
+[[gnu::always_inline]] inline U64 loadBytes(const U8* p, int n) {
+  if (n >= 8) {
+    U64 word;
+    std::memcpy(&word, p, 8);
+    return word;
+  }
+  if (n >= 4) {
+    U32 low, high;
+    std::memcpy(&low, p, 4);
+    std::memcpy(&high, p + n - 4, 4);
+    return low | static_cast<U64>(high) << (8 * (n - 4));
+  }
+  if (n >= 2) {
+    U16 low, high;
+    std::memcpy(&low, p, 2);
+    std::memcpy(&high, p + n - 2, 2);
+    return low | static_cast<U64>(high) << (8 * (n - 2));
+  }
+  return p[0];
 }
 
-// Reads n bits at bit offset off of buf, (off mod 8) + n <= 64; bytes at or
-// past len read as 0.
+// Stores the low n bytes of word at p (1 <= n <= 8), in the same way.
+[[gnu::always_inline]] inline void storeBytes(U8* p, int n, U64 word) {
+  if (n >= 8) {
+    std::memcpy(p, &word, 8);
+  } else if (n >= 4) {
+    const U32 low = static_cast<U32>(word);
+    const U32 high = static_cast<U32>(word >> (8 * (n - 4)));
+    std::memcpy(p, &low, 4);
+    std::memcpy(p + n - 4, &high, 4);
+  } else if (n >= 2) {
+    const U16 low = static_cast<U16>(word);
+    const U16 high = static_cast<U16>(word >> (8 * (n - 2)));
+    std::memcpy(p, &low, 2);
+    std::memcpy(p + n - 2, &high, 2);
+  } else {
+    p[0] = static_cast<U8>(word);
+  }
+}
+
+// The low n bits set, 1 <= n <= 64.
+[[gnu::always_inline]] inline U64 lowBits(int n) {
+  return ~U64{0} >> (64 - n);
+}
+
+// The bytes of a buffer of len bytes from the one that holds bit off on, up
+// to 8 of them.
+[[gnu::always_inline]] inline int windowBytes(int off, int len) {
+  const int rest = len - (off >> 3);
+  return rest < 8 ? rest : 8;
+}
+
+// Reads n bits at bit off of buf, where they lie in 8 bytes: (off mod 8) + n <= 64.
+[[gnu::always_inline]] inline U64 readWindow(const U8* buf, int len, int off, int n) {
+  const U64 word = loadBytes(buf + (off >> 3), windowBytes(off, len));
+  return (word >> (off & 7)) & lowBits(n);
+}
+
+// Writes the low n bits of value at bit off of buf, under the same condition;
+// every other bit stays.
+[[gnu::always_inline]] inline void writeWindow(U8* buf, int len, int off, int n, U64 value) {
+  const int bytes = windowBytes(off, len);
+  const U64 mask = lowBits(n) << (off & 7);
+  const U64 word = loadBytes(buf + (off >> 3), bytes);
+  storeBytes(buf + (off >> 3), bytes, (word & ~mask) | ((value << (off & 7)) & mask));
+}
+
+// Reads n <= 64 bits at bit off of buf, in one window or two.
 [[gnu::always_inline]] inline U64 read(const U8* buf, int len, int off, int n) {
-  const Window w = window(off, n);
-  U64 word = 0;
-  if (w.start + w.size <= len) {
-    std::memcpy(&word, buf + w.start, static_cast<std::size_t>(w.size));
-  } else {
-    for (int i = 0; i < w.size && w.start + i < len; ++i)
-      word |= static_cast<U64>(buf[w.start + i]) << (8 * i);
-  }
-  return (word >> w.shift) & (n == 64 ? ~U64{0} : (U64{1} << n) - 1);
-}
-
-// Writes the low n <= 57 bits of value at bit offset off of buf; other bits stay.
-[[gnu::always_inline]] inline void write(U8* buf, int len, int off, int n, U64 value) {
-  const Window w = window(off, n);
-  const U64 mask = ((U64{1} << n) - 1) << w.shift;
-  const U64 bits = (value << w.shift) & mask;
-  if (w.start + w.size <= len) {
-    U64 word = 0;
-    std::memcpy(&word, buf + w.start, static_cast<std::size_t>(w.size));
-    word = (word & ~mask) | bits;
-    std::memcpy(buf + w.start, &word, static_cast<std::size_t>(w.size));
-  } else {
-    for (int i = 0; i < w.size && w.start + i < len; ++i) {
-      const U8 m = static_cast<U8>(mask >> (8 * i));
-      buf[w.start + i] =
-          static_cast<U8>((buf[w.start + i] & ~m) | static_cast<U8>(bits >> (8 * i)));
-    }
-  }
-}
-
-// Reads n <= 64 bits at bit offset off of src, in at most two loads.
-[[gnu::always_inline]] inline U64 readWide(const U8* src, int len, int off, int n) {
-  if ((off & 7) + n <= 64) return read(src, len, off, n);
-  return read(src, len, off, 56) | (read(src, len, off + 56, n - 56) << 56);
-}
-
-// Sets the bits of a field (nbits at dstOff of dst, taken from srcOff of src)
-// that fall on dst bytes start .. start + size - 1, size 1, 2, 4 or 8; the
-// piece's other bits stay as they were.
-[[gnu::always_inline]] inline void writePiece(U8* dst, int start, int size, int dstOff, int nbits,
-                                              const U8* src, int srcLen, int srcOff) {
-  // The field's bit under the piece's bit 0; negative where the field starts
-  // inside the piece.
-  const int first = 8 * start - dstOff;
-  const int lo = first < 0 ? 0 : first;
-  const int hi = nbits < first + 8 * size ? nbits : first + 8 * size;
-  const int count = hi - lo;
-  const int shift = lo - first;
-  const U64 mask = (count == 64 ? ~U64{0} : (U64{1} << count) - 1) << shift;
-  const U64 bits = readWide(src, srcLen, srcOff + lo, count) << shift;
-  U64 word = 0;
-  std::memcpy(&word, dst + start, static_cast<std::size_t>(size));
-  word = (word & ~mask) | bits;
-  std::memcpy(dst + start, &word, static_cast<std::size_t>(size));
+  if ((off & 7) + n <= 64) return readWindow(buf, len, off, n);
+  return readWindow(buf, len, off, 32) | readWindow(buf, len, off + 32, n - 32) << 32;
 }
 
 }  // namespace BitsImpl
 
 // Copies nbits bits from src bit srcBitOffset + i to dst bit dstBitOffset + i.
 // Every other bit of dst stays as it was. The caller keeps both ranges inside
-// their lengths. Always inlined: with constant widths and offsets it folds to
-// a load, a shift and a mask, and as a call it would cost more than that.
+// their lengths. Bits that lie within 8 bytes on both sides take a load from
+// each side and a store; whole bytes on both sides are copied as bytes. Any
+// other field is written in pieces of 8 bytes of the destination, counted
+// from its first byte, that share no byte, so that no piece reloads a byte
+// the one before it has just stored.
 [[gnu::always_inline]] inline void copyBits(U8* dst, int dstLen, const U8* src, int srcLen,
                                             int nbits, int dstBitOffset, int srcBitOffset) {
+  using namespace BitsImpl;
+  if (nbits <= 0) return;
+  if ((srcBitOffset & 7) + nbits <= 64 && (dstBitOffset & 7) + nbits <= 64) {
+    writeWindow(dst, dstLen, dstBitOffset, nbits, readWindow(src, srcLen, srcBitOffset, nbits));
+    return;
+  }
   if (((nbits | dstBitOffset | srcBitOffset) & 7) == 0) {
-    // Whole bytes on both sides.
     std::memcpy(dst + (dstBitOffset >> 3), src + (srcBitOffset >> 3),
                 static_cast<std::size_t>(nbits >> 3));
     return;
   }
-  if (nbits <= 57) {
-    BitsImpl::write(dst, dstLen, dstBitOffset, nbits,
-                    BitsImpl::read(src, srcLen, srcBitOffset, nbits));
-    return;
+  const int end = dstBitOffset + nbits;
+  int pieceEnd = 8 * (dstBitOffset >> 3) + 64;
+  for (int bit = dstBitOffset; bit < end; pieceEnd += 64) {
+    const int n = (pieceEnd < end ? pieceEnd : end) - bit;
+    writeWindow(dst, dstLen, bit, n, read(src, srcLen, srcBitOffset + (bit - dstBitOffset), n));
+    bit += n;
   }
-  // A wider field is written in pieces of 8 bytes and then 4, 2 and 1, so
-  // that no two pieces share a byte: a piece never reloads a byte that the
-  // one before it has just stored, which would stall the store forwarding.
-  // With constant widths and offsets the loop unrolls into straight loads
-  // and stores.
-  const int end = (dstBitOffset + nbits + 7) >> 3;
-  int start = dstBitOffset >> 3;
-#pragma GCC unroll 24
-  for (; start + 8 <= end; start += 8)
-    BitsImpl::writePiece(dst, start, 8, dstBitOffset, nbits, src, srcLen, srcBitOffset);
-  if (end - start >= 4) {
-    BitsImpl::writePiece(dst, start, 4, dstBitOffset, nbits, src, srcLen, srcBitOffset);
-    start += 4;
-  }
-  if (end - start >= 2) {
-    BitsImpl::writePiece(dst, start, 2, dstBitOffset, nbits, src, srcLen, srcBitOffset);
-    start += 2;
-  }
-  if (end - start >= 1)
-    BitsImpl::writePiece(dst, start, 1, dstBitOffset, nbits, src, srcLen, srcBitOffset);
 }
 
 }  // namespace Detail

@@ -11,8 +11,7 @@
 
 #include <atomic>
 #include <cstddef>
-#include <ostream>
-#include <sstream>
+#include <iosfwd>
 
 namespace Wisp {
 
@@ -96,11 +95,10 @@ class SassertHelper {
   SassertHelper(const SassertHelper&) = delete;
   SassertHelper& operator=(const SassertHelper&) = delete;
 
-  std::ostream& stream() { return message_; }
+  std::ostream& stream();
 
  private:
-  const char* condition_;
-  std::ostringstream message_;
+  std::ostringstream* message_;  // made with the helper: a failure is rare, its header large
 };
 
 }  // namespace Wisp
