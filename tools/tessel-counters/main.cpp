@@ -3,87 +3,8 @@
 // public API and asks the queries that never stop before any that could, so
 // bad input ends in one line of message and exit status 2, never in a fatal
 // check.
-#include <iostream>
-
-#include "Args.h"
-#include "Commands.h"
-
-namespace {
-
-const char* const kUsage =
-    "usage:\n"
-    "  tessel-counters chips\n"
-    "      the chip models the library knows\n"
-    "  tessel-counters classes --chip CHIP\n"
-    "      the registers and memories that exist on a chip, with their variants\n"
-    "  tessel-counters describe CLASS --chip CHIP [--variant V] [--json]\n"
-    "      geometry, S-channel addresses and field table of a class on a chip\n"
-    "  tessel-counters decode CLASS --chip CHIP [--variant V] [--json] HEX\n"
-    "      every field of the entry in HEX: bits, width, hex and decimal value;\n"
-    "      fields that are views of other fields' bits are indented under them,\n"
-    "      and set bits that belong to no field are listed\n"
-    "  tessel-counters encode CLASS --chip CHIP [--variant V] [--from HEX] FIELD=VALUE...\n"
-    "      the entry's bytes (as HEX) after writing the fields, starting from\n"
-    "      --from or from zeros\n"
-    "  tessel-counters address CLASS --chip CHIP [--variant V] [--instance I]\n"
-    "                          [--entry T] [--array A]\n"
-    "  tessel-counters address CLASS --chip CHIP [--variant V] --all\n"
-    "      S-channel address, subBlock and block of one instance, table entry and\n"
-    "      array element (each 0 if not given), or a table of all of them\n"
-    "  tessel-counters map CLASS --chip CHIP [--variant V] [--svg FILE] [--html FILE]\n"
-    "      a picture of the layout, one row per 32-bit word; FILE '-' is stdout\n"
-    "\n"
-    "CHIP is a chip name (BCM88690_B0) or its number (10). Without --variant the\n"
-    "class's first variant on the chip is used, with a note if it has several.\n"
-    "\n"
-    "HEX is the entry's bytes in buffer order, byte 0 (bits 0..7) first, as a hex\n"
-    "dump shows them: '0x01020304', '01020304', '01 02 03 04' and '01:02:03:04' are\n"
-    "all bytes 01, 02, 03, 04, whose 32-bit word reads 0x04030201. A leading 0x\n"
-    "does not make HEX a number. Shorter input is completed with zero bytes.\n"
-    "\n"
-    "FIELD is an accessor name (engineNMode) or a hardware name (ENGINE_N_MODE).\n"
-    "VALUE is a number: decimal, or hex after 0x. Fields wider than 64 bits take\n"
-    "hex digits only (0x optional), most significant first, as decode shows them.\n"
-    "\n"
-    "Bad input ends with one line on stderr and exit status 2.\n";
-
-const char* const kCommands = "chips, classes, describe, decode, encode, address, map";
-
-}  // namespace
+#include "Run.h"
 
 int main(int argc, char** argv) {
-  using namespace Tool;
-  if (argc < 2) {
-    std::cerr << "tessel-counters: no command given; commands: " << kCommands
-              << " (tessel-counters --help tells their usage)\n";
-    return kUsageError;
-  }
-  const std::string command = argv[1];
-  if (command == "--help" || command == "-h" || command == "help") {
-    std::cout << kUsage;
-    return 0;
-  }
-  const OptionSpec chip{"--chip", true}, variant{"--variant", true}, json{"--json", false};
-  try {
-    if (command == "chips") return cmdChips(parseArgs(argc, argv, 2, {}));
-    if (command == "classes") return cmdClasses(parseArgs(argc, argv, 2, {chip}));
-    if (command == "describe") return cmdDescribe(parseArgs(argc, argv, 2, {chip, variant, json}));
-    if (command == "decode") return cmdDecode(parseArgs(argc, argv, 2, {chip, variant, json}));
-    if (command == "encode")
-      return cmdEncode(parseArgs(argc, argv, 2, {chip, variant, {"--from", true}}));
-    if (command == "address")
-      return cmdAddress(parseArgs(argc, argv, 2,
-                                  {chip,
-                                   variant,
-                                   {"--instance", true},
-                                   {"--entry", true},
-                                   {"--array", true},
-                                   {"--all", false}}));
-    if (command == "map")
-      return cmdMap(parseArgs(argc, argv, 2, {chip, variant, {"--svg", true}, {"--html", true}}));
-    fail("unknown command '" + command + "'; commands: " + kCommands);
-  } catch (const UsageError& e) {
-    std::cerr << "tessel-counters: " << e.message << "\n";
-    return kUsageError;
-  }
+  return Tool::run(argc, argv);
 }

@@ -1,0 +1,103 @@
+#include "Run.h"
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Args.h"
+#include "Commands.h"
+
+namespace Tool {
+
+namespace {
+
+const char* const kUsage =
+    "usage:\n"
+    "  tessel-counters chips\n"
+    "      the chip models the library knows\n"
+    "  tessel-counters classes --chip CHIP\n"
+    "      the registers and memories that exist on a chip, with their variants\n"
+    "  tessel-counters describe CLASS --chip CHIP [--variant V] [--json]\n"
+    "      geometry, S-channel addresses and field table of a class on a chip\n"
+    "  tessel-counters decode CLASS --chip CHIP [--variant V] [--json] HEX\n"
+    "      every field of the entry in HEX: bits, width, hex and decimal value;\n"
+    "      fields that are views of other fields' bits are indented under them,\n"
+    "      and set bits that belong to no field are listed\n"
+    "  tessel-counters encode CLASS --chip CHIP [--variant V] [--from HEX] FIELD=VALUE...\n"
+    "      the entry's bytes (as HEX) after writing the fields, starting from\n"
+    "      --from or from zeros\n"
+    "  tessel-counters address CLASS --chip CHIP [--variant V] [--instance I]\n"
+    "                          [--entry T] [--array A]\n"
+    "  tessel-counters address CLASS --chip CHIP [--variant V] --all\n"
+    "      S-channel address, subBlock and block of one instance, table entry and\n"
+    "      array element (each 0 if not given), or a table of all of them\n"
+    "  tessel-counters map CLASS --chip CHIP [--variant V] [--svg FILE] [--html FILE]\n"
+    "      a picture of the layout, one row per 32-bit word; FILE '-' is stdout\n"
+    "\n"
+    "CHIP is a chip name (BCM88690_B0) or its number (10). Without --variant the\n"
+    "class's first variant on the chip is used, with a note if it has several.\n"
+    "\n"
+    "HEX is the entry's bytes in buffer order, byte 0 (bits 0..7) first, as a hex\n"
+    "dump shows them: '0x01020304', '01020304', '01 02 03 04' and '01:02:03:04' are\n"
+    "all bytes 01, 02, 03, 04, whose 32-bit word reads 0x04030201. A leading 0x\n"
+    "does not make HEX a number. Shorter input is completed with zero bytes.\n"
+    "\n"
+    "FIELD is an accessor name (engineNMode) or a hardware name (ENGINE_N_MODE).\n"
+    "VALUE is a number: decimal, or hex after 0x. Fields wider than 64 bits take\n"
+    "hex digits only (0x optional), most significant first, as decode shows them.\n"
+    "\n"
+    "Bad input ends with one line on stderr and exit status 2.\n";
+
+// One row per command: its name, its options and what runs it.
+struct Command {
+  const char* name;
+  std::vector<OptionSpec> options;
+  int (*run)(const Args&);
+};
+
+const std::vector<Command>& commands() {
+  const OptionSpec chip{"--chip", true}, variant{"--variant", true}, json{"--json", false};
+  static const std::vector<Command> table = {
+      {"chips", {}, cmdChips},
+      {"classes", {chip}, cmdClasses},
+      {"describe", {chip, variant, json}, cmdDescribe},
+      {"decode", {chip, variant, json}, cmdDecode},
+      {"encode", {chip, variant, {"--from", true}}, cmdEncode},
+      {"address",
+       {chip, variant, {"--instance", true}, {"--entry", true}, {"--array", true}, {"--all", false}},
+       cmdAddress},
+      {"map", {chip, variant, {"--svg", true}, {"--html", true}}, cmdMap},
+  };
+  return table;
+}
+
+std::string commandList() {
+  std::string list;
+  for (const auto& c : commands()) list += (list.empty() ? "" : ", ") + std::string(c.name);
+  return list;
+}
+
+}  // namespace
+
+int run(int argc, char** argv) {
+  if (argc < 2) {
+    std::cerr << "tessel-counters: no command given; commands: " << commandList()
+              << " (tessel-counters --help tells their usage)\n";
+    return kUsageError;
+  }
+  const std::string command = argv[1];
+  if (command == "--help" || command == "-h" || command == "help") {
+    std::cout << kUsage;
+    return 0;
+  }
+  try {
+    for (const auto& c : commands())
+      if (command == c.name) return c.run(parseArgs(argc, argv, 2, c.options));
+    fail("unknown command '" + command + "'; commands: " + commandList());
+  } catch (const UsageError& e) {
+    std::cerr << "tessel-counters: " << e.message << "\n";
+    return kUsageError;
+  }
+}
+
+}  // namespace Tool
