@@ -231,6 +231,41 @@ def factory_entries(cat):
     return o.text()
 
 
+FACTORY_CHUNK = 16  # classes per compiled unit of factory makers
+
+
+def factory_chunks(cat):
+    classes = sorted(cat.classes, key=lambda k: k.name.encode())
+    return [classes[i:i + FACTORY_CHUNK] for i in range(0, len(classes), FACTORY_CHUNK)]
+
+
+def factory_makers(chunk):
+    """The factory's maker and validity test of some classes: what the maps
+    hold. Kept apart from the maps, a few classes to a unit, so that no one
+    unit instantiates the shared pointers of the whole catalogue."""
+    o = Out()
+    o(NOTE.format(src="the accessor catalogue").rstrip())
+    for k in chunk:
+        o(f"#include <Hardware/{k.name}.h>")
+    o()
+    o("#include <memory>")
+    o()
+    o('#include "FactoryMakers.h"')
+    o()
+    o("namespace TesselCounters {")
+    for k in chunk:
+        o()
+        o(f"std::shared_ptr<Orrery::AsicBase> make{k.name}(Hardware::ChipType chipType, U8 variant) {{")
+        o(f"  return std::make_shared<Hardware::{k.name}::WithStorage>(chipType, variant);")
+        o("}")
+        o(f"bool valid{k.name}(Hardware::ChipType chipType, U8 variant) {{")
+        o(f"  return Hardware::{k.name}::chipTypeVariantValid(chipType, variant);")
+        o("}")
+    o()
+    o("}  // namespace TesselCounters")
+    return o.text()
+
+
 def class_list_source(cat):
     o = Out()
     o(NOTE.format(src="the accessor catalogue").rstrip())
@@ -309,6 +344,8 @@ def outputs(cat):
     files["include/TesselCounters/BlockMap.h"] = block_h
     files["src/BlockMap.cpp"] = block_s
     files["src/FactoryEntries.inc"] = lambda: factory_entries(cat)
+    for i, chunk in enumerate(factory_chunks(cat)):
+        files[f"src/FactoryMakers{i}.cpp"] = (lambda chunk=chunk: factory_makers(chunk))
     files["src/Classes.cpp"] = lambda: class_list_source(cat)
     files["include/TesselCountersOrrery.h"] = lambda: umbrella(cat)
     for k in cat.classes:

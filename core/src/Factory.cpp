@@ -2,16 +2,16 @@
 // test, each built on first use under the guard of a function-local static.
 #include <Larch/Allocator.h>
 #include <TesselCounters/Factory.h>
-#include <TesselCountersOrrery.h>
 
 #include <functional>
-#include <ostream>
 #include <iterator>
 #include <memory>
+#include <ostream>
 #include <unordered_map>
 #include <utility>
 
 #include "AccessorImpl.h"
+#include "FactoryMakers.h"
 
 namespace Hardware {
 namespace {
@@ -46,11 +46,7 @@ Map spreadOverBuckets(Map map) {
 }
 
 ObjMap buildObjMap() {
-#define TC_FACTORY_ENTRY(X)                                    \
-  {#X, [](Hardware::ChipType chipType, U8 variant) {           \
-     return std::shared_ptr<Orrery::AsicBase>(                 \
-         std::make_shared<X::WithStorage>(chipType, variant)); \
-   }},
+#define TC_FACTORY_ENTRY(X) {#X, &TesselCounters::make##X},
   const std::pair<const Larch::String, ObjFunction> entries[] = {
 #include "FactoryEntries.inc"
   };
@@ -59,7 +55,7 @@ ObjMap buildObjMap() {
 }
 
 ValidMap buildValidMap() {
-#define TC_FACTORY_ENTRY(X) {#X, &X::chipTypeVariantValid},
+#define TC_FACTORY_ENTRY(X) {#X, &TesselCounters::valid##X},
   const std::pair<const Larch::String, ValidFunction> entries[] = {
 #include "FactoryEntries.inc"
   };
