@@ -160,6 +160,28 @@ class Emitter:
             o("U32 index_min() const override;")
             o("U32 arrayIndex_min() const override;")
         o()
+        self.header_queries_and_fields(o, k)
+        o.dedent()
+        o()
+        o(" private:")
+        o("  struct Storage {")
+        o(f"    U8 storage_[{4 * k.words}] = {{}};")
+        o("  };")
+        o("};")
+        o()
+        o(f"// {k.name} over a zero-filled array of its own, {4 * k.words} bytes.")
+        o(f"class {k.name}::WithStorage : private {k.name}::Storage, public {k.name} {{")
+        o(" public:")
+        o("  WithStorage(Hardware::ChipType chipType, U8 variant);")
+        o("  ~WithStorage() override;")
+        o("};")
+        o()
+        o("}  // namespace Hardware")
+        return o.text()
+
+    @staticmethod
+    def header_queries_and_fields(o, k):
+        """The static queries, the non-virtual members and the field accessors."""
         o("// Queries by chip and variant.")
         o("static U16 width(U32 chipType, U8 variant);")
         if k.is_memory:
@@ -204,23 +226,6 @@ class Emitter:
             for ix in k.indexed:
                 o(f"{ix.type} {ix.name}(U32 index) const;")
                 o(f"void {ix.name}Is(U32 index, {const_ref(ix.type)} value);")
-        o.dedent()
-        o()
-        o(" private:")
-        o("  struct Storage {")
-        o(f"    U8 storage_[{4 * k.words}] = {{}};")
-        o("  };")
-        o("};")
-        o()
-        o(f"// {k.name} over a zero-filled array of its own, {4 * k.words} bytes.")
-        o(f"class {k.name}::WithStorage : private {k.name}::Storage, public {k.name} {{")
-        o(" public:")
-        o("  WithStorage(Hardware::ChipType chipType, U8 variant);")
-        o("  ~WithStorage() override;")
-        o("};")
-        o()
-        o("}  // namespace Hardware")
-        return o.text()
 
     # ----------------------------------------------------------------------
     # The source of one class: tables, then thin functions over them.
