@@ -47,6 +47,15 @@ int fieldNamed(const ClassInfo& k, std::string_view name) {
   return -1;
 }
 
+// The message assertion of a name that no field of the class has.
+[[noreturn]] void failUnknownName(const ClassInfo& k, Op op, const char* message) {
+  {
+    Wisp::SassertHelper helper("false");
+    helper.stream() << message;
+  }
+  failQuoted("false", k, op, -1, __LINE__);
+}
+
 }  // namespace
 
 #define TC_TRACE_SELF(k, op, item, self) TC_TRACE_OP(k, op, item, self.chipType(), self.variant())
@@ -246,13 +255,7 @@ U16 fieldOffsetById(const ClassInfo& k, U32 id, const Orrery::AsicBase& self) {
 U64 stringField(const ClassInfo& k, std::string_view name, U16 word, const Orrery::AsicBase& self) {
   TC_TRACE_SELF(k, Op::StringField, -1, self);
   const int field = fieldNamed(k, name);
-  if (field < 0) {
-    {
-      Wisp::SassertHelper helper("false");
-      helper.stream() << "fieldName not found.";
-    }
-    failQuoted("false", k, Op::StringField, -1, __LINE__);
-  }
+  if (field < 0) failUnknownName(k, Op::StringField, "fieldName not found.");
   const FieldType type = k.fields[field].type;
   if (!isRaw(type)) return get(k, field, self);
   U8 value[64] = {};
@@ -267,13 +270,7 @@ U64 stringField(const ClassInfo& k, std::string_view name, U16 word, const Orrer
 void stringFieldIs(const ClassInfo& k, std::string_view name, U64 value, Orrery::AsicBase& self) {
   TC_TRACE_SELF(k, Op::StringFieldIs, -1, self);
   const int field = fieldNamed(k, name);
-  if (field < 0) {
-    {
-      Wisp::SassertHelper helper("false");
-      helper.stream() << "fieldName not found or is const.";
-    }
-    failQuoted("false", k, Op::StringFieldIs, -1, __LINE__);
-  }
+  if (field < 0) failUnknownName(k, Op::StringFieldIs, "fieldName not found or is const.");
   const FieldType type = k.fields[field].type;
   if (isRaw(type)) fail("false", k, Op::StringFieldIs, -1, __LINE__);
   set(k, field, self, toFieldType(type, value));

@@ -262,29 +262,35 @@ void failRow(const ClassInfo& k, Op op, int item, int row, const char* variable,
   failBound(variable, "==", static_cast<U64>(-2 - row), k, op, item, line);
 }
 
-void traceOp(const ClassInfo& k, Op op, int item, U32 chipType, U32 variant, int line) {
+namespace {
+
+// What a trace line says of the operation: its short name and its signature.
+struct Named {
+  Named(const ClassInfo& k, Op op, int item) {
+    shortName(function, k, op, item);
+    signature(text, k, op, item, false);
+  }
   Text function;
-  shortName(function, k, op, item);
   Text text;
-  signature(text, k, op, item, false);
-  traceEntry(8, line, function.c_str(), text.c_str(), chipType, variant);
+};
+
+}  // namespace
+
+void traceOp(const ClassInfo& k, Op op, int item, U32 chipType, U32 variant, int line) {
+  const Named named(k, op, item);
+  traceEntry(8, line, named.function.c_str(), named.text.c_str(), chipType, variant);
 }
 
 void traceOpIdentifier(const ClassInfo& k, Op op, U32 chipType, U32 variant, U32 identifier,
                        int line) {
-  Text function;
-  shortName(function, k, op, -1);
-  Text text;
-  signature(text, k, op, -1, false);
-  traceEntryId(8, line, function.c_str(), text.c_str(), chipType, variant, identifier);
+  const Named named(k, op, -1);
+  traceEntryId(8, line, named.function.c_str(), named.text.c_str(), chipType, variant,
+               identifier);
 }
 
 void traceOpFailed(const ClassInfo& k, Op op, U32 chipType, U32 variant, int line) {
-  Text function;
-  shortName(function, k, op, -1);
-  Text text;
-  signature(text, k, op, -1, false);
-  traceFailed(line, function.c_str(), text.c_str(), chipType, variant);
+  const Named named(k, op, -1);
+  traceFailed(line, named.function.c_str(), named.text.c_str(), chipType, variant);
 }
 
 void traceConstructor(const ClassInfo& k, U8 chipType, U8 variant, int line) {
