@@ -327,7 +327,8 @@ RESERVED = {"width", "regWidth", "tableWidth", "arrayElements", "maxIdentifier",
             "stringFieldIs", "fieldWidth", "fieldOffset", "isFieldValid", "handleBuf",
             "chipTypeVariantValid",
             # functions of the generated source that the accessors call
-            "rowOf", "fieldOf", "readField", "writeField", "readRaw", "writeRaw"}
+            "rowOf", "fieldOf", "readU8", "readU16", "readU32", "readU64", "writeField", "readRaw",
+            "writeRaw"}
 
 
 class Klass:

@@ -421,9 +421,13 @@ class Emitter:
         """The class's one copy of each inline field operation its accessors use."""
         types = {f.type for f in k.fields}
         o("// The field operations, compiled once for the class; its accessors call them.")
+        # A reader per value type, so that a typed getter is a jump to it.
+        for t in ("U8", "U16", "U32", "U64"):
+            if t in types:
+                read = "tc::get(kClass, field, self)"
+                o.function(f"TC_CLASS_COPY {t} read{t}(int field, const Orrery::AsicBase& self)",
+                           f"return {read if t == 'U64' else f'static_cast<{t}>({read})'};")
         if any(not is_raw(t) for t in types):
-            o.function("TC_CLASS_COPY U64 readField(int field, const Orrery::AsicBase& self)",
-                       "return tc::get(kClass, field, self);")
             o.function("TC_CLASS_COPY void writeField(int field, Orrery::AsicBase& self, U64 value)",
                        "tc::set(kClass, field, self, value);")
         if any(is_raw(t) for t in types):
@@ -543,8 +547,7 @@ class Emitter:
             return [f"{T} value{{}};",
                     f"readRaw({field}, *this, value.data());",
                     "return value;"]
-        read = f"readField({field}, *this)"
-        return [f"return {read if T == 'U64' else f'static_cast<{T}>({read})'};"]
+        return [f"return read{T}({field}, *this);"]
 
     @staticmethod
     def setter_body(T, field):
