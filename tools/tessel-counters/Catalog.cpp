@@ -141,10 +141,24 @@ Target resolveTarget(const Args& args) {
   return t;
 }
 
+const std::vector<U32>& allFieldIds() {
+  static const std::vector<U32> ids = [] {
+    std::vector<U32> out;
+    for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id)
+      if (Hardware::fieldIdName(id)) out.push_back(id);
+    return out;
+  }();
+  return ids;
+}
+
 std::vector<Field> fieldsOf(const Orrery::AsicBase& object) {
+  return fieldsOf(object, allFieldIds());
+}
+
+std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U32>& ids) {
   std::vector<Field> rows;
-  for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id) {
-    if (!Hardware::fieldIdName(id) || !object.isFieldValid(id)) continue;
+  for (U32 id : ids) {
+    if (!object.isFieldValid(id)) continue;
     rows.push_back({id, object.fieldOffset(id), object.fieldWidth(id),
                     Hardware::fieldIdAccessorName(id), Hardware::fieldIdName(id)});
   }

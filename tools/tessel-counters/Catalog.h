@@ -50,8 +50,13 @@ struct Field {
   std::string hardwareName;  // "ENGINE_N_MODE"
 };
 
-// The fields valid on the target, by offset, wider before narrower.
+// Every identifier that names a field, ascending.
+const std::vector<U32>& allFieldIds();
+
+// The fields valid on the target, by offset, wider before narrower; all of
+// them, or those among `ids`.
 std::vector<Field> fieldsOf(const Orrery::AsicBase& object);
+std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U32>& ids);
 
 // A field of the target by accessor or hardware name; a UsageError names
 // what is wrong (no such field, or absent on this chip or variant).

@@ -67,6 +67,7 @@ const std::vector<Command>& commands() {
        {chip, variant, {"--instance", true}, {"--entry", true}, {"--array", true}, {"--all", false}},
        cmdAddress},
       {"map", {chip, variant, {"--svg", true}, {"--html", true}}, cmdMap},
+      {"search", {chip, json}, cmdSearch},
   };
   return table;
 }
