@@ -41,6 +41,9 @@ struct Target {
 // before anything is constructed. Without --variant the class's first variant
 // on the chip is taken, with a note on stderr if it has several.
 Target resolveTarget(const Args& args);
+// The same with the chip and variant from other options ("--to", "--to-variant").
+Target resolveTarget(const Args& args, const std::string& chipOption,
+                     const std::string& variantOption);
 
 struct Field {
   U32 id;

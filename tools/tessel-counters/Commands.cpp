@@ -144,24 +144,9 @@ int cmdDescribe(const Args& a) {
     j.value("arrayElements", o.arrayElements())
         .value("instanceCount", static_cast<unsigned>(o.instanceCount()))
         .value("fieldCount", static_cast<unsigned>(o.fieldCount()));
-    j.beginArray("instances");
-    for (const auto& s : spans)
-      j.beginObject()
-          .value("identifier", static_cast<unsigned>(s.identifier))
-          .value("subBlock", s.subBlock)
-          .value("block", s.block)
-          .value("firstAddress", s.firstAddress)
-          .value("lastAddress", s.lastAddress)
-          .endObject();
-    j.endArray().beginArray("fields");
-    for (const auto& f : fields)
-      j.beginObject()
-          .value("name", f.name)
-          .value("hardwareName", f.hardwareName)
-          .value("id", f.id)
-          .value("offset", static_cast<unsigned>(f.offset))
-          .value("width", static_cast<unsigned>(f.width))
-          .endObject();
+    writeInstances(j, spans);
+    j.beginArray("fields");
+    for (const auto& f : fields) writeFieldKeys(j.beginObject(), f).endObject();
     j.endArray().endObject().finish();
     return 0;
   }
@@ -212,22 +197,11 @@ int cmdDecode(const Args& a) {
     j.beginArray("fields");
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const auto& f = fields[i];
-      j.beginObject()
-          .value("name", f.name)
-          .value("hardwareName", f.hardwareName)
-          .value("id", f.id)
-          .value("offset", static_cast<unsigned>(f.offset))
-          .value("width", static_cast<unsigned>(f.width))
+      writeFieldKeys(j.beginObject(), f)
           .value("bits", rangeText(f.offset, f.offset + f.width - 1u))
           .value("hex", hexValue(values[i], f.width))
           .value("decimal", decimalValue(values[i]));
-      if (views[i].parent >= 0)
-        j.value("viewOf", fields[static_cast<std::size_t>(views[i].parent)].name);
-      if (!views[i].crosses.empty()) {
-        j.beginArray("overlaps");
-        for (int c : views[i].crosses) j.value(nullptr, fields[static_cast<std::size_t>(c)].name);
-        j.endArray();
-      }
+      writeViewKeys(j, fields, views[i]);
       j.endObject();
     }
     j.endArray().beginArray("strayBits");

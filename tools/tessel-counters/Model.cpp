@@ -86,4 +86,33 @@ std::string layoutsText(const ClassModel& cls, const std::vector<const Layout*>&
   return out;
 }
 
+Json& writeFieldKeys(Json& j, const Field& f) {
+  return j.value("name", f.name)
+      .value("hardwareName", f.hardwareName)
+      .value("id", f.id)
+      .value("offset", static_cast<unsigned>(f.offset))
+      .value("width", static_cast<unsigned>(f.width));
+}
+
+void writeViewKeys(Json& j, const std::vector<Field>& fields, const FieldView& view) {
+  if (view.parent >= 0) j.value("viewOf", fields[static_cast<std::size_t>(view.parent)].name);
+  if (view.crosses.empty()) return;
+  j.beginArray("overlaps");
+  for (int c : view.crosses) j.value(nullptr, fields[static_cast<std::size_t>(c)].name);
+  j.endArray();
+}
+
+void writeInstances(Json& j, const std::vector<Instance>& instances) {
+  j.beginArray("instances");
+  for (const auto& s : instances)
+    j.beginObject()
+        .value("identifier", static_cast<unsigned>(s.identifier))
+        .value("subBlock", s.subBlock)
+        .value("block", s.block)
+        .value("firstAddress", s.firstAddress)
+        .value("lastAddress", s.lastAddress)
+        .endObject();
+  j.endArray();
+}
+
 }  // namespace Tool

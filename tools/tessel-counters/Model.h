@@ -11,6 +11,7 @@
 
 #include "Catalog.h"
 #include "Commands.h"
+#include "Json.h"
 
 namespace Tool {
 
@@ -67,5 +68,12 @@ std::vector<ClassModel> catalogueModel(const std::vector<Hardware::ChipType>& ch
 // "BCM88690_B0, BCM88860_A0 v0-3": chips of a set of a class's layouts;
 // a chip whose every variant of the class is in the set goes by name alone.
 std::string layoutsText(const ClassModel& cls, const std::vector<const Layout*>& layouts);
+
+// JSON keys that describe, decode and the export share: a field's "name",
+// "hardwareName", "id", "offset" and "width"; its "viewOf" and "overlaps"
+// where it has them; the array "instances".
+Json& writeFieldKeys(Json& j, const Field& field);
+void writeViewKeys(Json& j, const std::vector<Field>& fields, const FieldView& view);
+void writeInstances(Json& j, const std::vector<Instance>& instances);
 
 }  // namespace Tool

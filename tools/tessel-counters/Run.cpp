@@ -68,6 +68,7 @@ const std::vector<Command>& commands() {
        cmdAddress},
       {"map", {chip, variant, {"--svg", true}, {"--html", true}}, cmdMap},
       {"search", {chip, json}, cmdSearch},
+      {"diff", {chip, variant, {"--to", true}, {"--to-variant", true}, json}, cmdDiff},
   };
   return table;
 }
