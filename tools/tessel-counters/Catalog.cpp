@@ -52,14 +52,14 @@ std::string closest(const std::string& wanted, const std::vector<std::string>& n
   return bestLength >= 3 ? best : std::string();
 }
 
+}  // namespace
+
 std::string chipsOfClass(const std::string& cls) {
   std::string where;
   for (auto c : knownChips())
     if (!variantsOf(cls, c).empty()) where += (where.empty() ? "" : ", ") + chipName(c);
   return where;
 }
-
-}  // namespace
 
 std::string chipList() {
   std::string out;
