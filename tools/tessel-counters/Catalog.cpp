@@ -139,8 +139,8 @@ Target resolveTarget(const Args& args, const std::string& chipOption,
            "; valid variants: " + variantText(variants));
   } else if (variants.size() > 1) {
     std::cerr << "note: " << t.cls << " has variants " << variantText(variants) << " on "
-              << chipName(t.chip) << "; using variant " << unsigned(t.variant)
-              << " (choose with " << variantOption << ")\n";
+              << chipName(t.chip) << "; using variant " << unsigned(t.variant) << " (choose with "
+              << variantOption << ")\n";
   }
   t.object = Hardware::stringObj(t.cls.c_str(), t.chip, t.variant);
   return t;

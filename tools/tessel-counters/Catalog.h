@@ -24,7 +24,7 @@ std::vector<std::string> classNames();
 std::string parseClass(const std::string& text);
 
 std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip);
-std::string chipsOfClass(const std::string& cls);  // "BCM88850_A0, BCM88859_A2"
+std::string chipsOfClass(const std::string& cls);          // "BCM88850_A0, BCM88859_A2"
 std::string variantText(const std::vector<U8>& variants);  // "0-7, 16"
 
 // One class on one chip and variant, with an accessor over its own buffer.

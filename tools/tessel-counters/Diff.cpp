@@ -122,8 +122,8 @@ namespace {
 
 std::string countsText(const LayoutDiff& d) {
   return (d.empty() ? "the same" : "differs") + std::string(": ") +
-         std::to_string(d.geometry.size()) + " geometry changes; fields: " +
-         std::to_string(d.count(FieldChange::Added)) + " added, " +
+         std::to_string(d.geometry.size()) +
+         " geometry changes; fields: " + std::to_string(d.count(FieldChange::Added)) + " added, " +
          std::to_string(d.count(FieldChange::Removed)) + " removed, " +
          std::to_string(d.count(FieldChange::Moved)) + " moved, " +
          std::to_string(d.count(FieldChange::Resized)) + " resized, " +
@@ -181,7 +181,8 @@ void addRows(const ClassModel& cls, Hardware::ChipType a, Hardware::ChipType b,
     LayoutDiff d = diffLayouts(*cls.find(a, v), *cls.find(b, v));
     if (d.empty()) continue;
     const auto lines = changeLines(d);
-    auto g = std::find_if(groups.begin(), groups.end(), [&](const auto& x) { return x.first == lines; });
+    auto g =
+        std::find_if(groups.begin(), groups.end(), [&](const auto& x) { return x.first == lines; });
     if (g != groups.end()) {
       rows[g->second].variants.push_back(v);
     } else {
@@ -238,7 +239,8 @@ int diffChips(const Args& a) {
   const std::string* toText = a.get("--to");
   if (!toText) fail("--to is required: the chip to compare with; known chips: " + chipList());
   for (const char* opt : {"--variant", "--to-variant"})
-    if (a.has(opt)) fail(std::string(opt) + " goes with a CLASS; diff CLASS --chip A --to B " + opt + " V");
+    if (a.has(opt))
+      fail(std::string(opt) + " goes with a CLASS; diff CLASS --chip A --to B " + opt + " V");
   const auto from = parseChip(*a.get("--chip")), to = parseChip(*toText);
   const auto model = catalogueModel(from == to ? std::vector{from} : std::vector{from, to});
   std::vector<ClassRow> rows;
@@ -254,9 +256,8 @@ int diffChips(const Args& a) {
       chipName(from) + " -> " + chipName(to) + ": " +
       (differing ? std::to_string(differing) + " of " + std::to_string(model.size()) +
                        " classes differ (" + std::to_string(onlyFrom) + " only on " +
-                       chipName(from) + ", " + std::to_string(onlyTo) + " only on " +
-                       chipName(to) + "), " + std::to_string(model.size() - differing) +
-                       " the same"
+                       chipName(from) + ", " + std::to_string(onlyTo) + " only on " + chipName(to) +
+                       "), " + std::to_string(model.size() - differing) + " the same"
                  : "the same in all " + std::to_string(model.size()) + " classes");
   if (a.has("--json")) {
     Json j(std::cout);

@@ -29,14 +29,14 @@ struct Layout {
   Hardware::ChipType chip;
   U8 variant;
   U16 widthWords;
-  U16 fieldCount;          // the library's count of the fields valid here
+  U16 fieldCount;  // the library's count of the fields valid here
   U32 arrayElements;
-  U32 elementStride;       // address step from one array element to the next; 0 with one
-  U32 entries;             // table entries of a memory; 1 for a register
-  U32 tableVariantCount;   // memories; 0 for a register
+  U32 elementStride;      // address step from one array element to the next; 0 with one
+  U32 entries;            // table entries of a memory; 1 for a register
+  U32 tableVariantCount;  // memories; 0 for a register
   std::vector<Instance> instances;
-  std::vector<Field> fields;      // as fieldsOf orders them
-  std::vector<FieldView> views;   // views[i] belongs to fields[i]
+  std::vector<Field> fields;     // as fieldsOf orders them
+  std::vector<FieldView> views;  // views[i] belongs to fields[i]
 };
 
 // A class and all its layouts, by chip number, then variant.

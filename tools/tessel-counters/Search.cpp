@@ -13,8 +13,7 @@ namespace Tool {
 namespace {
 
 bool sameLetter(char x, char y) {
-  return std::tolower(static_cast<unsigned char>(x)) ==
-         std::tolower(static_cast<unsigned char>(y));
+  return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
 }
 
 // Whether the glob `p` (with * and ?) matches all of `s`, letters in any case.
