@@ -390,7 +390,7 @@ class Catalogue(unittest.TestCase):
                 moved[c["name"]] = [i for i, k in fields.items() if k in ("moved", "resized")]
         got = run_json("diff", "--chip", A, "--to", B)
         self.assertEqual(want, {(c["class"], c["status"], v) for c in got["classes"] for v in c["variants"]})
-        rc, out, _ = run("diff", "--chip", A, "--to", B)
+        out = run("diff", "--chip", A, "--to", B)[1]
         on = {c for c, chip, _ in self.layouts if chip in (A, B)}
         self.assertIn(f"{A} -> {B}: {len({c for c, _, _ in want})} of {len(on)} classes differ", out)
         names = {f["id"]: f["name"] for l in self.layouts.values() for f in l["fields"]}
