@@ -4,6 +4,8 @@
 Run: test_tool.py PATH_TO_TESSEL_COUNTERS
 """
 
+import fnmatch
+import itertools
 import json
 import os
 import random
@@ -13,8 +15,13 @@ import tempfile
 import unittest
 import xml.etree.ElementTree as ET
 
+import jsonschema
+
 TOOL = sys.argv.pop(1)
-GOLDEN = os.path.join(os.path.dirname(os.path.abspath(__file__)), "golden")
+HERE = os.path.dirname(os.path.abspath(__file__))
+GOLDEN = os.path.join(HERE, "golden")
+SCHEMA = os.path.join(HERE, "..", "..", "tools", "tessel-counters", "catalogue.schema.json")
+A, B = "BCM88690_B0", "BCM88860_A0"
 
 # (class, chip) pairs that the round-trip tests walk: registers of one to four
 # words, a memory, and the one class that exists on two chips only.
@@ -302,6 +309,97 @@ class Map(unittest.TestCase):
         ET.fromstring(out)
 
 
+def run_json(*args):
+    return json.loads(run(*args, "--json")[1])
+
+
+def changes(a, b):
+    """Field and geometry changes from layout a to layout b of the export."""
+    fa, fb = ({f["id"]: (f["offset"], f["width"]) for f in l["fields"]} for l in (a, b))
+    fields = {i: "added" if i not in fa else "removed" if i not in fb else
+              "moved" if fa[i][0] != fb[i][0] else "resized"
+              for i in fa.keys() | fb.keys() if fa.get(i) != fb.get(i)}
+    geometry = {k for k in ("widthWords", "arrayElements", "elementStride", "entries",
+                            "tableVariantCount", "instanceCount", "address") if a[k] != b[k]}
+    return fields, geometry | {(k, n) for n, (x, y) in enumerate(zip(a["instances"], b["instances"]))
+                               for k in ("subBlock", "block") if x[k] != y[k]}
+
+
+class Catalogue(unittest.TestCase):
+    """export --json against its schema and describe; search and diff against the export."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.export = run_json("export")
+        cls.layouts = {(c["name"], l["chip"], l["variant"]): l
+                       for c in cls.export["classes"] for l in c["layouts"]}
+
+    def test_export_validates_and_agrees_with_describe_and_the_chip_export(self):
+        with open(SCHEMA) as f:
+            jsonschema.Draft202012Validator(json.load(f)).validate(self.export)
+        for (cls, chip, variant), l in self.layouts.items():
+            if chip == A:
+                d = run_json("describe", cls, "--chip", chip, "--variant", str(variant))
+                d["fields"] = [dict(f, **{k: x[k] for k in x if k in ("viewOf", "overlaps")})
+                               for f, x in zip(d["fields"], l["fields"])]
+                self.assertEqual(d, {**d, **{k: v for k, v in l.items() if k in d}}, cls)
+        self.assertEqual([l for (_, chip, _), l in self.layouts.items() if chip == A],
+                         [l for c in run_json("export", "--chip", A)["classes"] for l in c["layouts"]])
+
+    def test_search_finds_every_class_and_field_that_matches(self):
+        for pattern, chip in [("engineNMode", None), ("engine_n_mode", B), ("ENGINE_*_MODE", None),
+                              ("*shift", A), ("stat?metadata*", None), ("TypeMap", None), ("zzz", None)]:
+            glob = (pattern if "*" in pattern or "?" in pattern else f"*{pattern}*").lower()
+            match = lambda name: fnmatch.fnmatchcase(name.lower(), glob)
+            want = {}
+            for (cls, on, v), l in self.layouts.items():
+                for f in l["fields"]:
+                    if chip in (None, on) and (match(f["name"]) or match(f["hardwareName"])):
+                        want.setdefault((cls, f["name"]), set()).add((on, v, f["offset"], f["width"]))
+            got = run_json("search", pattern, *(["--chip", chip] if chip else []))
+            self.assertEqual(want, {(h["class"], h["name"]): {(o["chip"], o["variant"], p["offset"], p["width"])
+                                                              for p in h["layouts"] for o in p["on"]}
+                                    for h in got["fields"]}, pattern)
+            self.assertEqual(sorted({c for c, on, _ in self.layouts if match(c) and chip in (None, on)}),
+                             [c["class"] for c in got["classes"]], pattern)
+        self.assertTrue(run("search", "ENGINE_N_MODE")[1].endswith(" and 1 field match 'ENGINE_N_MODE'\n"))
+
+    def test_class_diff_is_the_difference_of_the_two_layouts(self):
+        for cls, a, va, b, vb in [("CrpsModulesrcCfg", A, 0, B, 0), ("CrpsEngineCfg", A, 0, B, 0),
+                                  ("CrpsExpansionMapMem", A, 3, B, 30), ("EtppbCfgTrapObjShift", B, 2, B, 5),
+                                  ("CrpsIfAdapterEgqEppCtrCfg", B, 20, A, 20), ("CrpsTypeMapMem", A, 0, A, 0)]:
+            got = run_json("diff", cls, "--chip", a, "--variant", str(va), "--to", b, "--to-variant", str(vb))
+            sides = {"from": self.layouts[cls, a, va], "to": self.layouts[cls, b, vb]}
+            fields, geometry = changes(*sides.values())
+            self.assertEqual(fields, {f["id"]: f["change"] for f in got["fields"]}, cls)
+            self.assertEqual(geometry, {(g["property"], g["instance"]) if "instance" in g else g["property"]
+                                        for g in got["geometry"]}, cls)
+            self.assertEqual(bool(fields or geometry), got["differ"])
+            for f, (side, l) in itertools.product(got["fields"], sides.items()):
+                self.assertEqual([{"offset": x["offset"], "width": x["width"]} for x in l["fields"]
+                                  if x["id"] == f["id"]], [f[side]] if side in f else [], cls)
+
+    def test_chip_diff_lists_every_class_that_differs_with_its_moved_fields(self):
+        want, moved = set(), {}
+        for c in self.export["classes"]:
+            va, vb = ({x["variant"] for x in c["layouts"] if x["chip"] == chip} for chip in (A, B))
+            want |= {(c["name"], "onlyFrom", v) for v in va - vb} | {(c["name"], "onlyTo", v) for v in vb - va}
+            for v in va & vb:
+                fields, geometry = changes(self.layouts[c["name"], A, v], self.layouts[c["name"], B, v])
+                want |= {(c["name"], "changed", v)} if fields or geometry else set()
+                moved[c["name"]] = [i for i, k in fields.items() if k in ("moved", "resized")]
+        got = run_json("diff", "--chip", A, "--to", B)
+        self.assertEqual(want, {(c["class"], c["status"], v) for c in got["classes"] for v in c["variants"]})
+        out = run("diff", "--chip", A, "--to", B)[1]
+        on = {c for c, chip, _ in self.layouts if chip in (A, B)}
+        self.assertIn(f"{A} -> {B}: {len({c for c, _, _ in want})} of {len(on)} classes differ", out)
+        names = {f["id"]: f["name"] for l in self.layouts.values() for f in l["fields"]}
+        for cls, i in ((cls, i) for cls, ids in moved.items() for i in ids):
+            self.assertRegex(out, rf"\n{cls} .*\n(    .*\n)*    (moved|resized) +{names[i]} ")
+        same = len({c for c, chip, _ in self.layouts if chip == A})
+        self.assertEqual((0, f"{A} -> {A}: the same in all {same} classes\n"), run("diff", "--chip", A, "--to", A)[:2])
+
+
 class Errors(unittest.TestCase):
     def check(self, args, *parts):
         rc, out, err = run(*args)
@@ -400,6 +498,12 @@ class Errors(unittest.TestCase):
         self.check(m + ["--svg", "/nonexistent-dir/x.svg"], "cannot write '/nonexistent-dir/x.svg'")
         self.check(["map", "CrpsTypeMapMem", "--chip", "99", "--svg", "-"], "unknown chip '99'")
 
+    def test_search_diff_export(self):
+        for args, part in [("search", "search takes one PATTERN"), (f"diff --chip {A}", "--to is required"),
+                           (f"diff --chip {A} --to {B} --variant 1", "--variant goes with a CLASS"),
+                           ("export", "export needs one of --json"), ("export --c-header", "--c-header needs --chip"),
+                           ("export --json --class CrpsTypeMapMem", "--class goes with --c-header")]:
+            self.check(args.split(), part)
 
 if __name__ == "__main__":
     unittest.main()

@@ -52,14 +52,14 @@ std::string closest(const std::string& wanted, const std::vector<std::string>& n
   return bestLength >= 3 ? best : std::string();
 }
 
+}  // namespace
+
 std::string chipsOfClass(const std::string& cls) {
   std::string where;
   for (auto c : knownChips())
     if (!variantsOf(cls, c).empty()) where += (where.empty() ? "" : ", ") + chipName(c);
   return where;
 }
-
-}  // namespace
 
 std::string chipList() {
   std::string out;
@@ -116,35 +116,54 @@ std::string Target::where() const {
 }
 
 Target resolveTarget(const Args& args) {
+  return resolveTarget(args, "--chip", "--variant");
+}
+
+Target resolveTarget(const Args& args, const std::string& chipOption,
+                     const std::string& variantOption) {
   if (args.positional.empty()) fail("a class name is required, e.g. CrpsEngineInitRequest");
   Target t;
   t.cls = parseClass(args.positional[0]);
-  const std::string* chipText = args.get("--chip");
-  if (!chipText) fail("--chip is required; known chips: " + chipList());
+  const std::string* chipText = args.get(chipOption);
+  if (!chipText) fail(chipOption + " is required; known chips: " + chipList());
   t.chip = parseChip(*chipText);
   const auto variants = variantsOf(t.cls, t.chip);
   if (variants.empty())
     fail(t.cls + " does not exist on " + chipName(t.chip) + "; it exists on " +
          chipsOfClass(t.cls));
   t.variant = variants.front();
-  if (const std::string* v = args.get("--variant")) {
-    t.variant = static_cast<U8>(parseNumber(*v, "--variant", 255));
+  if (const std::string* v = args.get(variantOption)) {
+    t.variant = static_cast<U8>(parseNumber(*v, variantOption, 255));
     if (std::find(variants.begin(), variants.end(), t.variant) == variants.end())
       fail(t.cls + " has no variant " + *v + " on " + chipName(t.chip) +
            "; valid variants: " + variantText(variants));
   } else if (variants.size() > 1) {
     std::cerr << "note: " << t.cls << " has variants " << variantText(variants) << " on "
-              << chipName(t.chip) << "; using variant " << unsigned(t.variant)
-              << " (choose with --variant)\n";
+              << chipName(t.chip) << "; using variant " << unsigned(t.variant) << " (choose with "
+              << variantOption << ")\n";
   }
   t.object = Hardware::stringObj(t.cls.c_str(), t.chip, t.variant);
   return t;
 }
 
+const std::vector<U32>& allFieldIds() {
+  static const std::vector<U32> ids = [] {
+    std::vector<U32> out;
+    for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id)
+      if (Hardware::fieldIdName(id)) out.push_back(id);
+    return out;
+  }();
+  return ids;
+}
+
 std::vector<Field> fieldsOf(const Orrery::AsicBase& object) {
+  return fieldsOf(object, allFieldIds());
+}
+
+std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U32>& ids) {
   std::vector<Field> rows;
-  for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id) {
-    if (!Hardware::fieldIdName(id) || !object.isFieldValid(id)) continue;
+  for (U32 id : ids) {
+    if (!object.isFieldValid(id)) continue;
     rows.push_back({id, object.fieldOffset(id), object.fieldWidth(id),
                     Hardware::fieldIdAccessorName(id), Hardware::fieldIdName(id)});
   }

@@ -24,6 +24,7 @@ std::vector<std::string> classNames();
 std::string parseClass(const std::string& text);
 
 std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip);
+std::string chipsOfClass(const std::string& cls);          // "BCM88850_A0, BCM88859_A2"
 std::string variantText(const std::vector<U8>& variants);  // "0-7, 16"
 
 // One class on one chip and variant, with an accessor over its own buffer.
@@ -41,6 +42,9 @@ struct Target {
 // before anything is constructed. Without --variant the class's first variant
 // on the chip is taken, with a note on stderr if it has several.
 Target resolveTarget(const Args& args);
+// The same with the chip and variant from other options ("--to", "--to-variant").
+Target resolveTarget(const Args& args, const std::string& chipOption,
+                     const std::string& variantOption);
 
 struct Field {
   U32 id;
@@ -50,8 +54,13 @@ struct Field {
   std::string hardwareName;  // "ENGINE_N_MODE"
 };
 
-// The fields valid on the target, by offset, wider before narrower.
+// Every identifier that names a field, ascending.
+const std::vector<U32>& allFieldIds();
+
+// The fields valid on the target, by offset, wider before narrower; all of
+// them, or those among `ids`.
 std::vector<Field> fieldsOf(const Orrery::AsicBase& object);
+std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U32>& ids);
 
 // A field of the target by accessor or hardware name; a UsageError names
 // what is wrong (no such field, or absent on this chip or variant).

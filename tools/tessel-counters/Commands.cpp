@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "Json.h"
+#include "Model.h"
 
 namespace Tool {
 
@@ -126,34 +127,12 @@ int cmdClasses(const Args& a) {
   return 0;
 }
 
-namespace {
-
-struct InstanceSpan {
-  U16 identifier;
-  U32 first, last, subBlock, block;
-};
-
-std::vector<InstanceSpan> instanceSpans(const Orrery::AsicBase& o) {
-  std::vector<InstanceSpan> out;
-  const U32 lastEntry = o.isTable() ? o.entries() - 1 : 0;
-  const U16 lastElement = static_cast<U16>(o.arrayElements() - 1);
-  for (U16 id = 0; id < o.instanceCount(); ++id) {
-    InstanceSpan s{id, 0, 0, 0, 0};
-    o.getSchanAddress(s.first, s.subBlock, s.block, id, 0, 0);
-    o.getSchanAddress(s.last, s.subBlock, s.block, id, lastEntry, lastElement);
-    out.push_back(s);
-  }
-  return out;
-}
-
-}  // namespace
-
 int cmdDescribe(const Args& a) {
   noExtraPositionals(a, 1, "describe takes one class name");
   const Target t = resolveTarget(a);
   const auto& o = *t.object;
   const bool memory = o.isTable();
-  const auto spans = instanceSpans(o);
+  const auto spans = instancesOf(o);
   const auto fields = fieldsOf(o);
 
   if (a.has("--json")) {
@@ -165,24 +144,9 @@ int cmdDescribe(const Args& a) {
     j.value("arrayElements", o.arrayElements())
         .value("instanceCount", static_cast<unsigned>(o.instanceCount()))
         .value("fieldCount", static_cast<unsigned>(o.fieldCount()));
-    j.beginArray("instances");
-    for (const auto& s : spans)
-      j.beginObject()
-          .value("identifier", static_cast<unsigned>(s.identifier))
-          .value("subBlock", s.subBlock)
-          .value("block", s.block)
-          .value("firstAddress", s.first)
-          .value("lastAddress", s.last)
-          .endObject();
-    j.endArray().beginArray("fields");
-    for (const auto& f : fields)
-      j.beginObject()
-          .value("name", f.name)
-          .value("hardwareName", f.hardwareName)
-          .value("id", f.id)
-          .value("offset", static_cast<unsigned>(f.offset))
-          .value("width", static_cast<unsigned>(f.width))
-          .endObject();
+    writeInstances(j, spans);
+    j.beginArray("fields");
+    for (const auto& f : fields) writeFieldKeys(j.beginObject(), f).endObject();
     j.endArray().endObject().finish();
     return 0;
   }
@@ -199,8 +163,8 @@ int cmdDescribe(const Args& a) {
   std::printf("  fieldCount      %u\n", o.fieldCount());
   for (const auto& s : spans) {
     std::printf("  instance %-2u     subBlock %u, block %u, address %u", s.identifier, s.subBlock,
-                s.block, s.first);
-    if (s.last != s.first) std::printf(" to %u", s.last);
+                s.block, s.firstAddress);
+    if (s.lastAddress != s.firstAddress) std::printf(" to %u", s.lastAddress);
     std::printf("\n");
   }
   std::printf("  fields          %-48s %6s %7s %6s\n", "name", "id", "offset", "width");
@@ -233,22 +197,11 @@ int cmdDecode(const Args& a) {
     j.beginArray("fields");
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const auto& f = fields[i];
-      j.beginObject()
-          .value("name", f.name)
-          .value("hardwareName", f.hardwareName)
-          .value("id", f.id)
-          .value("offset", static_cast<unsigned>(f.offset))
-          .value("width", static_cast<unsigned>(f.width))
+      writeFieldKeys(j.beginObject(), f)
           .value("bits", rangeText(f.offset, f.offset + f.width - 1u))
           .value("hex", hexValue(values[i], f.width))
           .value("decimal", decimalValue(values[i]));
-      if (views[i].parent >= 0)
-        j.value("viewOf", fields[static_cast<std::size_t>(views[i].parent)].name);
-      if (!views[i].crosses.empty()) {
-        j.beginArray("overlaps");
-        for (int c : views[i].crosses) j.value(nullptr, fields[static_cast<std::size_t>(c)].name);
-        j.endArray();
-      }
+      writeViewKeys(j, fields, views[i]);
       j.endObject();
     }
     j.endArray().beginArray("strayBits");

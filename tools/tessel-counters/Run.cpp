@@ -33,6 +33,20 @@ const char* const kUsage =
     "      array element (each 0 if not given), or a table of all of them\n"
     "  tessel-counters map CLASS --chip CHIP [--variant V] [--svg FILE] [--html FILE]\n"
     "      a picture of the layout, one row per 32-bit word; FILE '-' is stdout\n"
+    "  tessel-counters search PATTERN [--chip CHIP] [--json]\n"
+    "      classes and fields whose name or hardware name holds PATTERN, any case,\n"
+    "      or matches it whole as a glob with * and ?; each field with its bits on\n"
+    "      every chip and variant\n"
+    "  tessel-counters diff CLASS --chip A [--variant V] --to B [--to-variant W] [--json]\n"
+    "  tessel-counters diff --chip A --to B [--json]\n"
+    "      what changes from A to B: geometry, and fields added, removed, moved or\n"
+    "      resized; without CLASS, every class of the two chips that differs, with\n"
+    "      its moved and resized fields. Exit status 0 either way\n"
+    "  tessel-counters export --json [--chip CHIP]\n"
+    "      the catalogue as JSON, in the format of catalogue.schema.json\n"
+    "  tessel-counters export --c-header --chip CHIP [--class CLASS]\n"
+    "      a C header of the chip's classes: offset, width and mask of every field,\n"
+    "      and the address constants of each class\n"
     "\n"
     "CHIP is a chip name (BCM88690_B0) or its number (10). Without --variant the\n"
     "class's first variant on the chip is used, with a note if it has several.\n"
@@ -67,6 +81,9 @@ const std::vector<Command>& commands() {
        {chip, variant, {"--instance", true}, {"--entry", true}, {"--array", true}, {"--all", false}},
        cmdAddress},
       {"map", {chip, variant, {"--svg", true}, {"--html", true}}, cmdMap},
+      {"search", {chip, json}, cmdSearch},
+      {"diff", {chip, variant, {"--to", true}, {"--to-variant", true}, json}, cmdDiff},
+      {"export", {json, {"--c-header", false}, chip, {"--class", true}}, cmdExport},
   };
   return table;
 }

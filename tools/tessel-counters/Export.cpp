@@ -1,0 +1,170 @@
+// export: the catalogue for other tools, as JSON (format described by
+// catalogue.schema.json) or as a C header of one chip's constants.
+#include <cctype>
+#include <iostream>
+
+#include "Model.h"
+
+namespace Tool {
+
+namespace {
+
+constexpr unsigned kFormatVersion = 1;
+
+void writeLayout(Json& j, const Layout& l) {
+  j.beginObject()
+      .value("chip", chipName(l.chip))
+      .value("chipNumber", static_cast<unsigned>(l.chip))
+      .value("variant", static_cast<unsigned>(l.variant))
+      .value("widthWords", static_cast<unsigned>(l.widthWords))
+      .value("entryBytes", 4u * l.widthWords)
+      .value("arrayElements", l.arrayElements)
+      .value("elementStride", l.elementStride)
+      .value("entries", l.entries)
+      .value("tableVariantCount", l.tableVariantCount)
+      .value("instanceCount", static_cast<unsigned>(l.instances.size()))
+      .value("fieldCount", static_cast<unsigned>(l.fieldCount))
+      .value("address", l.instances.empty() ? 0u : l.instances[0].firstAddress);
+  writeInstances(j, l.instances);
+  j.beginArray("fields");
+  for (std::size_t i = 0; i < l.fields.size(); ++i) {
+    writeFieldKeys(j.beginObject(), l.fields[i]);
+    writeViewKeys(j, l.fields, l.views[i]);
+    j.endObject();
+  }
+  j.endArray().endObject();
+}
+
+void writeClass(Json& j, const ClassModel& c) {
+  j.beginObject()
+      .value("name", c.name)
+      .value("kind", c.memory ? "memory" : "register")
+      .beginArray("chips");
+  for (auto chip : knownChips()) {
+    const auto variants = c.variantsOn(chip);
+    if (variants.empty()) continue;
+    j.beginObject().value("chip", chipName(chip)).beginArray("variants");
+    for (U8 v : variants) j.value(nullptr, static_cast<unsigned>(v));
+    j.endArray().endObject();
+  }
+  j.endArray().beginArray("layouts");
+  for (const auto& l : c.layouts) writeLayout(j, l);
+  j.endArray().endObject();
+}
+
+void exportJson(const std::vector<Hardware::ChipType>& chips) {
+  Json j(std::cout);
+  j.beginObject()
+      .value("format", "tessel-counters-catalogue")
+      .value("version", kFormatVersion)
+      .beginArray("chips");
+  for (auto chip : chips.empty() ? knownChips() : chips)
+    j.beginObject()
+        .value("name", chipName(chip))
+        .value("number", static_cast<unsigned>(chip))
+        .endObject();
+  j.endArray().beginArray("classes");
+  for (const auto& c : catalogueModel(chips)) writeClass(j, c);
+  j.endArray().endObject().finish();
+}
+
+// "CrpsModulesrcCfg" -> "CRPS_MODULESRC_CFG"
+std::string upperSnake(const std::string& name) {
+  std::string out;
+  for (std::size_t i = 0; i < name.size(); ++i) {
+    const auto c = static_cast<unsigned char>(name[i]);
+    if (i && std::isupper(c) && !std::isupper(static_cast<unsigned char>(name[i - 1]))) out += '_';
+    out += static_cast<char>(std::toupper(c));
+  }
+  return out;
+}
+
+void define(const std::string& name, const std::string& value) {
+  std::cout << "#define " << name << " " << value << "\n";
+}
+
+std::string u(unsigned long long n) {
+  return std::to_string(n) + "u";
+}
+
+std::string maskText(unsigned width) {
+  static const char* const kDigits = "0123456789abcdef";
+  std::string hex;
+  for (unsigned bits = width; bits > 0; bits -= std::min(bits, 4u))
+    hex.insert(hex.begin(), kDigits[(1u << std::min(bits, 4u)) - 1u]);
+  return "0x" + hex + "ull";
+}
+
+void headerLayout(const std::string& cls, bool memory, const Layout& l) {
+  std::string p = chipName(l.chip) + "_" + upperSnake(cls);
+  if (l.variant) p += "_V" + std::to_string(l.variant);
+  std::cout << "\n/* " << cls << ", " << (memory ? "memory" : "register") << ", variant "
+            << unsigned(l.variant) << " */\n";
+  define(p + "_WIDTH_WORDS", u(l.widthWords));
+  define(p + "_ARRAY_ELEMENTS", u(l.arrayElements));
+  define(p + "_ELEMENT_STRIDE", u(l.elementStride));
+  define(p + "_ENTRIES", u(l.entries));
+  define(p + "_INSTANCE_COUNT", u(l.instances.size()));
+  define(p + "_ADDRESS", u(l.instances.empty() ? 0 : l.instances[0].firstAddress));
+  for (const auto& s : l.instances) {
+    const std::string i = p + "_I" + std::to_string(s.identifier);
+    define(i + "_SUB_BLOCK", u(s.subBlock));
+    define(i + "_BLOCK", u(s.block));
+  }
+  for (const auto& f : l.fields) {
+    define(p + "_" + f.hardwareName + "_OFFSET", u(f.offset));
+    define(p + "_" + f.hardwareName + "_WIDTH", u(f.width));
+    if (f.width <= 64) define(p + "_" + f.hardwareName + "_MASK", maskText(f.width));
+  }
+}
+
+void exportCHeader(Hardware::ChipType chip, const std::vector<ClassModel>& model) {
+  const std::string name = chipName(chip);
+  std::cout << "/* " << name << ": the registers and memories of the counter logic, written by\n"
+            << " * 'tessel-counters export --c-header'. Do not edit.\n"
+            << " *\n"
+            << " * P = " << name << "_<CLASS>[_V<n>]: the class name in capitals, words joined\n"
+            << " * by _ (CrpsTypeMapMem: CRPS_TYPE_MAP_MEM), then _V<n> for a variant n > 0.\n"
+            << " * P_WIDTH_WORDS: 32-bit words of an entry. Bit k of an entry is bit k % 8 of\n"
+            << " * its byte k / 8. P_<FIELD>_OFFSET and P_<FIELD>_WIDTH: the field's bits;\n"
+            << " * P_<FIELD>_MASK (fields of at most 64 bits): its value is\n"
+            << " * (entry bits >> OFFSET) & MASK. FIELD is the field's hardware name.\n"
+            << " * S-channel address of entry t (0 in a register) of array element a, the\n"
+            << " * same for every instance: P_ADDRESS + a * P_ELEMENT_STRIDE + t, with\n"
+            << " * a < P_ARRAY_ELEMENTS and t < P_ENTRIES. Instance n (n < P_INSTANCE_COUNT)\n"
+            << " * is reached through P_I<n>_SUB_BLOCK and P_I<n>_BLOCK. */\n"
+            << "#ifndef TESSEL_COUNTERS_" << name << "_H\n"
+            << "#define TESSEL_COUNTERS_" << name << "_H\n";
+  for (const auto& c : model)
+    for (const auto& l : c.layouts) headerLayout(c.name, c.memory, l);
+  std::cout << "\n#endif\n";
+}
+
+}  // namespace
+
+int cmdExport(const Args& a) {
+  if (!a.positional.empty())
+    fail("unexpected argument '" + a.positional[0] + "'; export takes options only");
+  const bool json = a.has("--json"), header = a.has("--c-header");
+  if (json == header) fail("export needs one of --json (the catalogue) or --c-header (one chip)");
+  std::vector<Hardware::ChipType> chips;
+  if (const std::string* chip = a.get("--chip")) chips.push_back(parseChip(*chip));
+  if (json) {
+    if (a.has("--class")) fail("--class goes with --c-header; --json exports every class");
+    exportJson(chips);
+    return 0;
+  }
+  if (chips.empty()) fail("--c-header needs --chip; known chips: " + chipList());
+  if (const std::string* cls = a.get("--class")) {
+    const auto m = classModel(parseClass(*cls), chips);
+    if (m.layouts.empty())
+      fail(m.name + " does not exist on " + chipName(chips[0]) + "; it exists on " +
+           chipsOfClass(m.name));
+    exportCHeader(chips[0], {m});
+  } else {
+    exportCHeader(chips[0], catalogueModel(chips));
+  }
+  return 0;
+}
+
+}  // namespace Tool
