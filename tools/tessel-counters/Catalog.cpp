@@ -88,7 +88,7 @@ std::string parseClass(const std::string& text) {
   const std::string near = closest(text, names);
   if (!near.empty()) message += "; did you mean " + near + "?";
   message += " 'tessel-counters classes --chip CHIP' lists the classes of a chip";
-  fail(message);
+  fail(message, ErrorKind::UnknownName);
 }
 
 std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip) {
@@ -115,30 +115,91 @@ std::string Target::where() const {
   return chipName(chip) + " variant " + std::to_string(static_cast<unsigned>(variant));
 }
 
+namespace {
+
+bool valid(const std::string& cls, Hardware::ChipType chip, int variant) {
+  return Hardware::chipTypeVariantValid(cls.c_str(), chip, static_cast<U8>(variant));
+}
+
+// The class's first variant on the chip from `from` on, or 256 if none.
+int firstVariant(const std::string& cls, Hardware::ChipType chip, int from) {
+  while (from < 256 && !valid(cls, chip, from)) ++from;
+  return from;
+}
+
+}  // namespace
+
+Target openTarget(const std::string& cls, Hardware::ChipType chip, const std::string* variant,
+                  const std::string& option, std::ostream* notes) {
+  const int first = firstVariant(cls, chip, 0);
+  if (first == 256)
+    fail(cls + " does not exist on " + chipName(chip) + "; it exists on " + chipsOfClass(cls));
+  Target t{cls, chip, static_cast<U8>(first), nullptr};
+  if (variant) {
+    t.variant = static_cast<U8>(parseNumber(*variant, option, 255));
+    if (!valid(cls, chip, t.variant))
+      fail(cls + " has no variant " + *variant + " on " + chipName(chip) +
+           "; valid variants: " + variantText(variantsOf(cls, chip)));
+  } else if (notes && firstVariant(cls, chip, first + 1) < 256) {
+    *notes << "note: " << cls << " has variants " << variantText(variantsOf(cls, chip)) << " on "
+           << chipName(chip) << "; using variant " << first << " (choose with " << option
+           << ")\n";
+  }
+  t.object = Hardware::stringObj(cls.c_str(), chip, t.variant);
+  return t;
+}
+
 Target resolveTarget(const Args& args) {
   if (args.positional.empty()) fail("a class name is required, e.g. CrpsEngineInitRequest");
-  Target t;
-  t.cls = parseClass(args.positional[0]);
+  const std::string cls = parseClass(args.positional[0]);
   const std::string* chipText = args.get("--chip");
   if (!chipText) fail("--chip is required; known chips: " + chipList());
-  t.chip = parseChip(*chipText);
-  const auto variants = variantsOf(t.cls, t.chip);
-  if (variants.empty())
-    fail(t.cls + " does not exist on " + chipName(t.chip) + "; it exists on " +
-         chipsOfClass(t.cls));
-  t.variant = variants.front();
-  if (const std::string* v = args.get("--variant")) {
-    t.variant = static_cast<U8>(parseNumber(*v, "--variant", 255));
-    if (std::find(variants.begin(), variants.end(), t.variant) == variants.end())
-      fail(t.cls + " has no variant " + *v + " on " + chipName(t.chip) +
-           "; valid variants: " + variantText(variants));
-  } else if (variants.size() > 1) {
-    std::cerr << "note: " << t.cls << " has variants " << variantText(variants) << " on "
-              << chipName(t.chip) << "; using variant " << unsigned(t.variant)
-              << " (choose with --variant)\n";
+  return openTarget(cls, parseChip(*chipText), args.get("--variant"), "--variant", &std::cerr);
+}
+
+std::string kindOf(const Orrery::AsicBase& object) {
+  return object.isTable() ? "memory" : "register";
+}
+
+void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact) {
+  const unsigned size = target.entryBytes();
+  if (count == size || (count < size && !exact)) return;
+  const unsigned words = target.object->width();
+  fail(what + " has " + std::to_string(count) + " bytes, but " + target.cls + " on " +
+       target.where() + " is " + std::to_string(size) + " bytes (" + std::to_string(words) +
+       (words == 1 ? " word" : " words") + "); give " + (exact ? "exactly " : "at most ") +
+       std::to_string(size) + " bytes, byte 0 first");
+}
+
+U32 indexCount(const Orrery::AsicBase& object, Index which) {
+  switch (which) {
+    case Index::Instance:
+      return object.instanceCount();
+    case Index::Entry:
+      return object.isTable() ? object.entries() : 1;
+    case Index::Element:
+      break;
   }
-  t.object = Hardware::stringObj(t.cls.c_str(), t.chip, t.variant);
-  return t;
+  return object.arrayElements();
+}
+
+U32 checkIndex(const Target& target, Index which, U64 value, const std::string& given) {
+  static const char* const kNames[][2] = {
+      {"instance", "instances"}, {"entry", "entries"}, {"array element", "array elements"}};
+  const U32 count = indexCount(*target.object, which);
+  if (value < count) return static_cast<U32>(value);
+  const auto& name = kNames[static_cast<int>(which)];
+  fail(given + " is out of range: " + target.cls + " on " + target.where() + " has " +
+           std::to_string(count) + " " + name[count == 1 ? 0 : 1] + ", 0.." +
+           std::to_string(count - 1),
+       ErrorKind::OutOfRange);
+}
+
+SchanAddress schanAddress(const Orrery::AsicBase& object, U32 instance, U32 entry, U32 element) {
+  SchanAddress at;
+  object.getSchanAddress(at.address, at.subBlock, at.block, static_cast<U16>(instance), entry,
+                         static_cast<U16>(element));
+  return at;
 }
 
 std::vector<Field> fieldsOf(const Orrery::AsicBase& object) {
@@ -181,7 +242,8 @@ Field findField(const Target& target, const std::string& name) {
   if (!id) {
     const std::string near = closest(name, names);
     fail(target.cls + " has no field '" + name + "'" +
-         (near.empty() ? "" : " (did you mean " + near + "?)") + valid);
+             (near.empty() ? "" : " (did you mean " + near + "?)") + valid,
+         ErrorKind::UnknownName);
   }
   for (const auto& f : here)
     if (f.id == id) return f;
@@ -189,9 +251,22 @@ Field findField(const Target& target, const std::string& name) {
   forEachPair(target.cls, [&](Hardware::ChipType chip, U8 v, const Orrery::AsicBase& o) {
     if (o.isFieldValid(id)) elsewhere.push_back(chipName(chip) + " variant " + std::to_string(v));
   });
-  if (elsewhere.empty()) fail(target.cls + " has no field '" + name + "'" + valid);
+  if (elsewhere.empty())
+    fail(target.cls + " has no field '" + name + "'" + valid, ErrorKind::UnknownName);
   fail("field '" + name + "' of " + target.cls + " is not on " + target.where() + " (it is on " +
-       joinNames(elsewhere, 6) + ")" + valid);
+           joinNames(elsewhere, 6) + ")" + valid,
+       ErrorKind::UnknownName);
+}
+
+void checkDistinct(const std::vector<Field>& given, const Field& field) {
+  for (const auto& g : given) {
+    if (g.id == field.id) fail("field " + field.name + " given twice");
+    if (g.offset < field.offset + field.width && field.offset < g.offset + g.width)
+      fail("fields " + g.name + " (bits " + rangeText(g.offset, g.offset + g.width - 1u) +
+           ") and " + field.name + " (bits " +
+           rangeText(field.offset, field.offset + field.width - 1u) +
+           ") share bits; give only one of them");
+  }
 }
 
 bool isRawField(const std::string& cls, U32 id) {

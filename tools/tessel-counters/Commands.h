@@ -1,6 +1,7 @@
 // The subcommands. Each returns the exit status; bad input throws UsageError.
 #pragma once
 
+#include <ostream>
 #include <vector>
 
 #include "Args.h"
@@ -15,6 +16,9 @@ int cmdDecode(const Args& a);
 int cmdEncode(const Args& a);
 int cmdAddress(const Args& a);
 int cmdMap(const Args& a);
+
+// What describe --json prints: geometry, instances and fields of the target.
+void describeJson(const Target& t, std::ostream& out);
 
 // How fields lie over each other: for each field (in the order of
 // fieldsOf), the narrowest other field that holds all of its bits (-1 if
