@@ -16,9 +16,9 @@ constexpr int kUsageError = 2;
 
 // What kind of input was wrong.
 enum class ErrorKind {
-  BadValue,    // a malformed or too wide value, a chip or variant that doesn't fit
-  UnknownName, // no class or field of that name (on this chip and variant)
-  OutOfRange,  // an instance, table entry or array element past the last
+  BadValue,     // a malformed or too wide value, a chip or variant that doesn't fit
+  UnknownName,  // no class or field of that name (on this chip and variant)
+  OutOfRange,   // an instance, table entry or array element past the last
 };
 
 struct UsageError {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 #include <iostream>
+#include <map>
+#include <mutex>
 
 namespace Tool {
 
@@ -81,13 +83,13 @@ std::vector<std::string> classNames() {
   return out;
 }
 
-std::string parseClass(const std::string& text) {
+std::string parseClass(const std::string& text, const std::string& lister) {
   const auto names = classNames();
   if (std::find(names.begin(), names.end(), text) != names.end()) return text;
   std::string message = "unknown class '" + text + "'";
   const std::string near = closest(text, names);
   if (!near.empty()) message += "; did you mean " + near + "?";
-  message += " 'tessel-counters classes --chip CHIP' lists the classes of a chip";
+  message += " " + lister + " lists the classes of a chip";
   fail(message, ErrorKind::UnknownName);
 }
 
@@ -142,8 +144,7 @@ Target openTarget(const std::string& cls, Hardware::ChipType chip, const std::st
            "; valid variants: " + variantText(variantsOf(cls, chip)));
   } else if (notes && firstVariant(cls, chip, first + 1) < 256) {
     *notes << "note: " << cls << " has variants " << variantText(variantsOf(cls, chip)) << " on "
-           << chipName(chip) << "; using variant " << first << " (choose with " << option
-           << ")\n";
+           << chipName(chip) << "; using variant " << first << " (choose with " << option << ")\n";
   }
   t.object = Hardware::stringObj(cls.c_str(), chip, t.variant);
   return t;
@@ -151,7 +152,7 @@ Target openTarget(const std::string& cls, Hardware::ChipType chip, const std::st
 
 Target resolveTarget(const Args& args) {
   if (args.positional.empty()) fail("a class name is required, e.g. CrpsEngineInitRequest");
-  const std::string cls = parseClass(args.positional[0]);
+  const std::string cls = parseClass(args.positional[0], "'tessel-counters classes --chip CHIP'");
   const std::string* chipText = args.get("--chip");
   if (!chipText) fail("--chip is required; known chips: " + chipList());
   return openTarget(cls, parseChip(*chipText), args.get("--variant"), "--variant", &std::cerr);
@@ -169,6 +170,11 @@ void checkLength(const Target& target, std::size_t count, const std::string& wha
        target.where() + " is " + std::to_string(size) + " bytes (" + std::to_string(words) +
        (words == 1 ? " word" : " words") + "); give " + (exact ? "exactly " : "at most ") +
        std::to_string(size) + " bytes, byte 0 first");
+}
+
+void loadBuffer(Target& target, const std::vector<U8>& bytes) {
+  std::fill(target.object->buf(), target.object->buf() + target.object->len(), U8{0});
+  std::copy(bytes.begin(), bytes.end(), target.object->buf());
 }
 
 U32 indexCount(const Orrery::AsicBase& object, Index which) {
@@ -202,13 +208,19 @@ SchanAddress schanAddress(const Orrery::AsicBase& object, U32 instance, U32 entr
   return at;
 }
 
+namespace {
+
+Field fieldAt(const Orrery::AsicBase& object, U32 id) {
+  return {id, object.fieldOffset(id), object.fieldWidth(id), Hardware::fieldIdAccessorName(id),
+          Hardware::fieldIdName(id)};
+}
+
+}  // namespace
+
 std::vector<Field> fieldsOf(const Orrery::AsicBase& object) {
   std::vector<Field> rows;
-  for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id) {
-    if (!Hardware::fieldIdName(id) || !object.isFieldValid(id)) continue;
-    rows.push_back({id, object.fieldOffset(id), object.fieldWidth(id),
-                    Hardware::fieldIdAccessorName(id), Hardware::fieldIdName(id)});
-  }
+  for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id)
+    if (Hardware::fieldIdName(id) && object.isFieldValid(id)) rows.push_back(fieldAt(object, id));
   std::sort(rows.begin(), rows.end(), [](const Field& x, const Field& y) {
     if (x.offset != y.offset) return x.offset < y.offset;
     if (x.width != y.width) return x.width > y.width;  // aggregates before their elements
@@ -234,6 +246,8 @@ Field findField(const Target& target, const std::string& name) {
     const char* hw = Hardware::fieldIdName(i);
     if (hw && (name == hw || name == Hardware::fieldIdAccessorName(i))) id = i;
   }
+  if (id && target.object->isFieldValid(id)) return fieldAt(*target.object, id);
+  // What the message names: the fields here, a close one, where the field is.
   const auto here = fieldsOf(*target.object);
   std::vector<std::string> names;
   for (const auto& f : here) names.push_back(f.name);
@@ -245,8 +259,6 @@ Field findField(const Target& target, const std::string& name) {
              (near.empty() ? "" : " (did you mean " + near + "?)") + valid,
          ErrorKind::UnknownName);
   }
-  for (const auto& f : here)
-    if (f.id == id) return f;
   std::vector<std::string> elsewhere;
   forEachPair(target.cls, [&](Hardware::ChipType chip, U8 v, const Orrery::AsicBase& o) {
     if (o.isFieldValid(id)) elsewhere.push_back(chipName(chip) + " variant " + std::to_string(v));
@@ -269,12 +281,30 @@ void checkDistinct(const std::vector<Field>& given, const Field& field) {
   }
 }
 
-bool isRawField(const std::string& cls, U32 id) {
-  unsigned widest = 0;
+namespace {
+
+// Field id -> its widest width over the class's chips and variants. Each class
+// is walked once per process: the catalogue doesn't change while it runs, and
+// a script that sets fields one by one would walk it on every write.
+const std::map<U32, unsigned>& widestWidths(const std::string& cls) {
+  static std::mutex lock;
+  static std::map<std::string, std::map<U32, unsigned>> known;
+  const std::lock_guard<std::mutex> hold(lock);
+  if (const auto it = known.find(cls); it != known.end()) return it->second;
+  auto& widest = known[cls];
   forEachPair(cls, [&](Hardware::ChipType, U8, const Orrery::AsicBase& o) {
-    widest = std::max<unsigned>(widest, o.fieldWidth(id));
+    for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id)
+      widest[id] = std::max<unsigned>(widest[id], o.fieldWidth(id));
   });
-  return widest > 64;
+  return widest;
+}
+
+}  // namespace
+
+bool isRawField(const std::string& cls, U32 id) {
+  const auto& widest = widestWidths(cls);
+  const auto it = widest.find(id);
+  return it != widest.end() && it->second > 64;
 }
 
 std::vector<U8> readField(const Orrery::AsicBase& object, const Field& field) {

@@ -21,8 +21,9 @@ std::string chipList();
 Hardware::ChipType parseChip(const std::string& text);
 
 std::vector<std::string> classNames();
-// The class name, or a UsageError naming a close one.
-std::string parseClass(const std::string& text);
+// The class name, or a UsageError naming a close one and `lister`, what lists
+// the classes ("'tessel-counters classes --chip CHIP'").
+std::string parseClass(const std::string& text, const std::string& lister);
 
 std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip);
 std::string variantText(const std::vector<U8>& variants);  // "0-7, 16"
@@ -53,6 +54,8 @@ std::string kindOf(const Orrery::AsicBase& object);  // "register" or "memory"
 // A buffer of `count` bytes, called `what` in messages, for the target's
 // entry: at most the entry's size, or with `exact` just that.
 void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact);
+// The entry's bytes into the target's buffer, the rest of it cleared.
+void loadBuffer(Target& target, const std::vector<U8>& bytes);
 
 // The three indices of an S-channel address and how many the target has of
 // each (table entries: 1 for a register).

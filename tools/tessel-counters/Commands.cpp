@@ -55,11 +55,6 @@ std::vector<U8> entryBytes(const Target& t, const std::vector<std::string>& toke
   return bytes;
 }
 
-void loadBuffer(Target& t, const std::vector<U8>& bytes) {
-  std::fill(t.object->buf(), t.object->buf() + t.object->len(), U8{0});
-  std::copy(bytes.begin(), bytes.end(), t.object->buf());
-}
-
 // Left-aligned columns, two blanks apart; the first row is the heading.
 void printTable(const std::vector<std::vector<std::string>>& rows) {
   std::vector<std::size_t> widths;
@@ -87,6 +82,16 @@ Json& beginTargetObject(Json& j, const Target& t) {
       .value("variant", static_cast<unsigned>(t.variant))
       .value("kind", kindOf(o))
       .value("widthWords", static_cast<unsigned>(o.width()));
+}
+
+// Opens the JSON object of a field with the keys that describe and decode share.
+Json& beginFieldObject(Json& j, const Field& f) {
+  return j.beginObject()
+      .value("name", f.name)
+      .value("hardwareName", f.hardwareName)
+      .value("id", f.id)
+      .value("offset", static_cast<unsigned>(f.offset))
+      .value("width", static_cast<unsigned>(f.width));
 }
 
 }  // namespace
@@ -146,7 +151,8 @@ void describeJson(const Target& t, std::ostream& out) {
   beginTargetObject(j, t)
       .value("entryBytes", t.entryBytes())
       .value("classBufferBytes", static_cast<unsigned>(o.len()));
-  if (o.isTable()) j.value("entries", o.entries()).value("tableVariantCount", o.tableVariantCount());
+  if (o.isTable())
+    j.value("entries", o.entries()).value("tableVariantCount", o.tableVariantCount());
   j.value("arrayElements", o.arrayElements())
       .value("instanceCount", static_cast<unsigned>(o.instanceCount()))
       .value("fieldCount", static_cast<unsigned>(o.fieldCount()));
@@ -160,14 +166,7 @@ void describeJson(const Target& t, std::ostream& out) {
         .value("lastAddress", s.last)
         .endObject();
   j.endArray().beginArray("fields");
-  for (const auto& f : fieldsOf(o))
-    j.beginObject()
-        .value("name", f.name)
-        .value("hardwareName", f.hardwareName)
-        .value("id", f.id)
-        .value("offset", static_cast<unsigned>(f.offset))
-        .value("width", static_cast<unsigned>(f.width))
-        .endObject();
+  for (const auto& f : fieldsOf(o)) beginFieldObject(j, f).endObject();
   j.endArray().endObject().finish();
 }
 
@@ -230,12 +229,7 @@ int cmdDecode(const Args& a) {
     j.beginArray("fields");
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const auto& f = fields[i];
-      j.beginObject()
-          .value("name", f.name)
-          .value("hardwareName", f.hardwareName)
-          .value("id", f.id)
-          .value("offset", static_cast<unsigned>(f.offset))
-          .value("width", static_cast<unsigned>(f.width))
+      beginFieldObject(j, f)
           .value("bits", rangeText(f.offset, f.offset + f.width - 1u))
           .value("hex", hexValue(values[i], f.width))
           .value("decimal", decimalValue(values[i]));
