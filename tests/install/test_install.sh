@@ -1,10 +1,13 @@
 #!/usr/bin/env bash
 # Installs the built project into a scratch prefix, then builds the example
 # consumer against the installed package twice, with find_package and with
-# pkg-config, and runs both.
+# pkg-config, and runs both. Given PYTHON and the module's directory under the
+# prefix, imports the installed Python module and uses it.
 set -euo pipefail
 build="$1"
 source="$2"
+python="${3:-}"
+module_dir="${4:-}"
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 prefix="$scratch/prefix"
@@ -29,3 +32,16 @@ libdir="$(pkg-config --variable=libdir TesselCountersOrrery)"
   $(pkg-config --cflags --libs TesselCountersOrrery) -Wl,-rpath,"$libdir"
 "$scratch/consumer-pc"
 echo "installed package: find_package and pkg-config consumers built and ran"
+
+if [ -n "$python" ]; then
+  # From outside the build tree, so that nothing but the prefix can be found.
+  (cd "$scratch" && env -u LD_LIBRARY_PATH PYTHONPATH="$prefix/$module_dir" "$python" -c '
+import sys, tessel_counters as tc
+assert tc.__file__.startswith(sys.argv[1]), tc.__file__
+r = tc.open("CrpsEngineCfg", "BCM88690_B0")
+r.engineNMode = 5
+assert r.hex().startswith("05"), r.hex()
+' "$prefix/")
+  test -f "$prefix/$module_dir/tessel_counters.pyi"
+  echo "installed package: the Python module imports from $module_dir"
+fi

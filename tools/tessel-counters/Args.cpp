@@ -5,8 +5,8 @@
 
 namespace Tool {
 
-void fail(const std::string& message) {
-  throw UsageError{message};
+void fail(const std::string& message, ErrorKind kind) {
+  throw UsageError{message, kind};
 }
 
 const std::string* Args::get(const std::string& option) const {

@@ -1,6 +1,7 @@
 // Command-line parsing shared by all subcommands: options, numbers, hex byte
 // strings and field values. Every problem is a UsageError, which main turns
-// into one line on stderr and exit status 2.
+// into one line on stderr and exit status 2, and the Python module into an
+// exception of the error's kind.
 #pragma once
 
 #include <Hardware/Types.h>
@@ -13,11 +14,19 @@ namespace Tool {
 
 constexpr int kUsageError = 2;
 
-struct UsageError {
-  std::string message;
+// What kind of input was wrong.
+enum class ErrorKind {
+  BadValue,     // a malformed or too wide value, a chip or variant that doesn't fit
+  UnknownName,  // no class or field of that name (on this chip and variant)
+  OutOfRange,   // an instance, table entry or array element past the last
 };
 
-[[noreturn]] void fail(const std::string& message);
+struct UsageError {
+  std::string message;
+  ErrorKind kind = ErrorKind::BadValue;
+};
+
+[[noreturn]] void fail(const std::string& message, ErrorKind kind = ErrorKind::BadValue);
 
 struct OptionSpec {
   std::string name;  // "--chip"

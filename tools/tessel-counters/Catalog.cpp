@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cctype>
 #include <iostream>
+#include <map>
+#include <mutex>
 
 namespace Tool {
 
@@ -81,14 +83,14 @@ std::vector<std::string> classNames() {
   return out;
 }
 
-std::string parseClass(const std::string& text) {
+std::string parseClass(const std::string& text, const std::string& lister) {
   const auto names = classNames();
   if (std::find(names.begin(), names.end(), text) != names.end()) return text;
   std::string message = "unknown class '" + text + "'";
   const std::string near = closest(text, names);
   if (!near.empty()) message += "; did you mean " + near + "?";
-  message += " 'tessel-counters classes --chip CHIP' lists the classes of a chip";
-  fail(message);
+  message += " " + lister + " lists the classes of a chip";
+  fail(message, ErrorKind::UnknownName);
 }
 
 std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip) {
@@ -115,6 +117,39 @@ std::string Target::where() const {
   return chipName(chip) + " variant " + std::to_string(static_cast<unsigned>(variant));
 }
 
+namespace {
+
+bool valid(const std::string& cls, Hardware::ChipType chip, int variant) {
+  return Hardware::chipTypeVariantValid(cls.c_str(), chip, static_cast<U8>(variant));
+}
+
+// The class's first variant on the chip from `from` on, or 256 if none.
+int firstVariant(const std::string& cls, Hardware::ChipType chip, int from) {
+  while (from < 256 && !valid(cls, chip, from)) ++from;
+  return from;
+}
+
+}  // namespace
+
+Target openTarget(const std::string& cls, Hardware::ChipType chip, const std::string* variant,
+                  const std::string& option, std::ostream* notes) {
+  const int first = firstVariant(cls, chip, 0);
+  if (first == 256)
+    fail(cls + " does not exist on " + chipName(chip) + "; it exists on " + chipsOfClass(cls));
+  Target t{cls, chip, static_cast<U8>(first), nullptr};
+  if (variant) {
+    t.variant = static_cast<U8>(parseNumber(*variant, option, 255));
+    if (!valid(cls, chip, t.variant))
+      fail(cls + " has no variant " + *variant + " on " + chipName(chip) +
+           "; valid variants: " + variantText(variantsOf(cls, chip)));
+  } else if (notes && firstVariant(cls, chip, first + 1) < 256) {
+    *notes << "note: " << cls << " has variants " << variantText(variantsOf(cls, chip)) << " on "
+           << chipName(chip) << "; using variant " << first << " (choose with " << option << ")\n";
+  }
+  t.object = Hardware::stringObj(cls.c_str(), chip, t.variant);
+  return t;
+}
+
 Target resolveTarget(const Args& args) {
   return resolveTarget(args, "--chip", "--variant");
 }
@@ -122,29 +157,71 @@ Target resolveTarget(const Args& args) {
 Target resolveTarget(const Args& args, const std::string& chipOption,
                      const std::string& variantOption) {
   if (args.positional.empty()) fail("a class name is required, e.g. CrpsEngineInitRequest");
-  Target t;
-  t.cls = parseClass(args.positional[0]);
+  const std::string cls = parseClass(args.positional[0]);
   const std::string* chipText = args.get(chipOption);
   if (!chipText) fail(chipOption + " is required; known chips: " + chipList());
-  t.chip = parseChip(*chipText);
-  const auto variants = variantsOf(t.cls, t.chip);
-  if (variants.empty())
-    fail(t.cls + " does not exist on " + chipName(t.chip) + "; it exists on " +
-         chipsOfClass(t.cls));
-  t.variant = variants.front();
-  if (const std::string* v = args.get(variantOption)) {
-    t.variant = static_cast<U8>(parseNumber(*v, variantOption, 255));
-    if (std::find(variants.begin(), variants.end(), t.variant) == variants.end())
-      fail(t.cls + " has no variant " + *v + " on " + chipName(t.chip) +
-           "; valid variants: " + variantText(variants));
-  } else if (variants.size() > 1) {
-    std::cerr << "note: " << t.cls << " has variants " << variantText(variants) << " on "
-              << chipName(t.chip) << "; using variant " << unsigned(t.variant) << " (choose with "
-              << variantOption << ")\n";
-  }
-  t.object = Hardware::stringObj(t.cls.c_str(), t.chip, t.variant);
-  return t;
+  return openTarget(cls, parseChip(*chipText), args.get(variantOption), variantOption,
+                    &std::cerr);
 }
+
+std::string kindOf(const Orrery::AsicBase& object) {
+  return object.isTable() ? "memory" : "register";
+}
+
+void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact) {
+  const unsigned size = target.entryBytes();
+  if (count == size || (count < size && !exact)) return;
+  const unsigned words = target.object->width();
+  fail(what + " has " + std::to_string(count) + " bytes, but " + target.cls + " on " +
+       target.where() + " is " + std::to_string(size) + " bytes (" + std::to_string(words) +
+       (words == 1 ? " word" : " words") + "); give " + (exact ? "exactly " : "at most ") +
+       std::to_string(size) + " bytes, byte 0 first");
+}
+
+void loadBuffer(Target& target, const std::vector<U8>& bytes) {
+  std::fill(target.object->buf(), target.object->buf() + target.object->len(), U8{0});
+  std::copy(bytes.begin(), bytes.end(), target.object->buf());
+}
+
+U32 indexCount(const Orrery::AsicBase& object, Index which) {
+  switch (which) {
+    case Index::Instance:
+      return object.instanceCount();
+    case Index::Entry:
+      return object.isTable() ? object.entries() : 1;
+    case Index::Element:
+      break;
+  }
+  return object.arrayElements();
+}
+
+U32 checkIndex(const Target& target, Index which, U64 value, const std::string& given) {
+  static const char* const kNames[][2] = {
+      {"instance", "instances"}, {"entry", "entries"}, {"array element", "array elements"}};
+  const U32 count = indexCount(*target.object, which);
+  if (value < count) return static_cast<U32>(value);
+  const auto& name = kNames[static_cast<int>(which)];
+  fail(given + " is out of range: " + target.cls + " on " + target.where() + " has " +
+           std::to_string(count) + " " + name[count == 1 ? 0 : 1] + ", 0.." +
+           std::to_string(count - 1),
+       ErrorKind::OutOfRange);
+}
+
+SchanAddress schanAddress(const Orrery::AsicBase& object, U32 instance, U32 entry, U32 element) {
+  SchanAddress at;
+  object.getSchanAddress(at.address, at.subBlock, at.block, static_cast<U16>(instance), entry,
+                         static_cast<U16>(element));
+  return at;
+}
+
+namespace {
+
+Field fieldAt(const Orrery::AsicBase& object, U32 id) {
+  return {id, object.fieldOffset(id), object.fieldWidth(id), Hardware::fieldIdAccessorName(id),
+          Hardware::fieldIdName(id)};
+}
+
+}  // namespace
 
 const std::vector<U32>& allFieldIds() {
   static const std::vector<U32> ids = [] {
@@ -162,11 +239,8 @@ std::vector<Field> fieldsOf(const Orrery::AsicBase& object) {
 
 std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U32>& ids) {
   std::vector<Field> rows;
-  for (U32 id : ids) {
-    if (!object.isFieldValid(id)) continue;
-    rows.push_back({id, object.fieldOffset(id), object.fieldWidth(id),
-                    Hardware::fieldIdAccessorName(id), Hardware::fieldIdName(id)});
-  }
+  for (U32 id : ids)
+    if (object.isFieldValid(id)) rows.push_back(fieldAt(object, id));
   std::sort(rows.begin(), rows.end(), [](const Field& x, const Field& y) {
     if (x.offset != y.offset) return x.offset < y.offset;
     if (x.width != y.width) return x.width > y.width;  // aggregates before their elements
@@ -192,6 +266,8 @@ Field findField(const Target& target, const std::string& name) {
     const char* hw = Hardware::fieldIdName(i);
     if (hw && (name == hw || name == Hardware::fieldIdAccessorName(i))) id = i;
   }
+  if (id && target.object->isFieldValid(id)) return fieldAt(*target.object, id);
+  // What the message names: the fields here, a close one, where the field is.
   const auto here = fieldsOf(*target.object);
   std::vector<std::string> names;
   for (const auto& f : here) names.push_back(f.name);
@@ -200,25 +276,55 @@ Field findField(const Target& target, const std::string& name) {
   if (!id) {
     const std::string near = closest(name, names);
     fail(target.cls + " has no field '" + name + "'" +
-         (near.empty() ? "" : " (did you mean " + near + "?)") + valid);
+             (near.empty() ? "" : " (did you mean " + near + "?)") + valid,
+         ErrorKind::UnknownName);
   }
-  for (const auto& f : here)
-    if (f.id == id) return f;
   std::vector<std::string> elsewhere;
   forEachPair(target.cls, [&](Hardware::ChipType chip, U8 v, const Orrery::AsicBase& o) {
     if (o.isFieldValid(id)) elsewhere.push_back(chipName(chip) + " variant " + std::to_string(v));
   });
-  if (elsewhere.empty()) fail(target.cls + " has no field '" + name + "'" + valid);
+  if (elsewhere.empty())
+    fail(target.cls + " has no field '" + name + "'" + valid, ErrorKind::UnknownName);
   fail("field '" + name + "' of " + target.cls + " is not on " + target.where() + " (it is on " +
-       joinNames(elsewhere, 6) + ")" + valid);
+           joinNames(elsewhere, 6) + ")" + valid,
+       ErrorKind::UnknownName);
 }
 
-bool isRawField(const std::string& cls, U32 id) {
-  unsigned widest = 0;
+void checkDistinct(const std::vector<Field>& given, const Field& field) {
+  for (const auto& g : given) {
+    if (g.id == field.id) fail("field " + field.name + " given twice");
+    if (g.offset < field.offset + field.width && field.offset < g.offset + g.width)
+      fail("fields " + g.name + " (bits " + rangeText(g.offset, g.offset + g.width - 1u) +
+           ") and " + field.name + " (bits " +
+           rangeText(field.offset, field.offset + field.width - 1u) +
+           ") share bits; give only one of them");
+  }
+}
+
+namespace {
+
+// Field id -> its widest width over the class's chips and variants. Each class
+// is walked once per process: the catalogue doesn't change while it runs, and
+// a script that sets fields one by one would walk it on every write.
+const std::map<U32, unsigned>& widestWidths(const std::string& cls) {
+  static std::mutex lock;
+  static std::map<std::string, std::map<U32, unsigned>> known;
+  const std::lock_guard<std::mutex> hold(lock);
+  if (const auto it = known.find(cls); it != known.end()) return it->second;
+  auto& widest = known[cls];
   forEachPair(cls, [&](Hardware::ChipType, U8, const Orrery::AsicBase& o) {
-    widest = std::max<unsigned>(widest, o.fieldWidth(id));
+    for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id)
+      widest[id] = std::max<unsigned>(widest[id], o.fieldWidth(id));
   });
-  return widest > 64;
+  return widest;
+}
+
+}  // namespace
+
+bool isRawField(const std::string& cls, U32 id) {
+  const auto& widest = widestWidths(cls);
+  const auto it = widest.find(id);
+  return it != widest.end() && it->second > 64;
 }
 
 std::vector<U8> readField(const Orrery::AsicBase& object, const Field& field) {

@@ -7,6 +7,7 @@
 #include <TesselCountersOrrery.h>
 
 #include <memory>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,10 @@ std::string chipList();
 Hardware::ChipType parseChip(const std::string& text);
 
 std::vector<std::string> classNames();
-// The class name, or a UsageError naming a close one.
-std::string parseClass(const std::string& text);
+// The class name, or a UsageError naming a close one and `lister`, what lists
+// the classes ("'tessel-counters classes --chip CHIP'").
+std::string parseClass(const std::string& text,
+                       const std::string& lister = "'tessel-counters classes --chip CHIP'");
 
 std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip);
 std::string chipsOfClass(const std::string& cls);          // "BCM88850_A0, BCM88859_A2"
@@ -38,13 +41,40 @@ struct Target {
   unsigned entryBytes() const { return 4u * object->width(); }
 };
 
-// CLASS --chip C [--variant V]: checks the class, the chip and the variant
-// before anything is constructed. Without --variant the class's first variant
-// on the chip is taken, with a note on stderr if it has several.
+// CLASS on CHIP, checked before anything is constructed. `variant` is the
+// variant as the user wrote it (`option` names it in messages) or null for the
+// class's first variant on the chip, which `notes`, if given, is told about
+// when the class has several.
+Target openTarget(const std::string& cls, Hardware::ChipType chip, const std::string* variant,
+                  const std::string& option, std::ostream* notes);
+
+// CLASS --chip C [--variant V] of the command line, through openTarget.
 Target resolveTarget(const Args& args);
 // The same with the chip and variant from other options ("--to", "--to-variant").
 Target resolveTarget(const Args& args, const std::string& chipOption,
                      const std::string& variantOption);
+
+std::string kindOf(const Orrery::AsicBase& object);  // "register" or "memory"
+
+// A buffer of `count` bytes, called `what` in messages, for the target's
+// entry: at most the entry's size, or with `exact` just that.
+void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact);
+// The entry's bytes into the target's buffer, the rest of it cleared.
+void loadBuffer(Target& target, const std::vector<U8>& bytes);
+
+// The three indices of an S-channel address and how many the target has of
+// each (table entries: 1 for a register).
+enum class Index { Instance, Entry, Element };
+U32 indexCount(const Orrery::AsicBase& object, Index which);
+// `value`, or an OutOfRange error about `given`, the index as the user gave it
+// ("--instance 5").
+U32 checkIndex(const Target& target, Index which, U64 value, const std::string& given);
+
+struct SchanAddress {
+  U32 address = 0, subBlock = 0, block = 0;
+};
+// The address of an instance, table entry and array element that checkIndex passed.
+SchanAddress schanAddress(const Orrery::AsicBase& object, U32 instance, U32 entry, U32 element);
 
 struct Field {
   U32 id;
@@ -65,6 +95,9 @@ std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U3
 // A field of the target by accessor or hardware name; a UsageError names
 // what is wrong (no such field, or absent on this chip or variant).
 Field findField(const Target& target, const std::string& name);
+
+// Refuses `field` when it is one of `given` or shares bits with one of them.
+void checkDistinct(const std::vector<Field>& given, const Field& field);
 
 // Whether the field's value type is a raw bit array: true when the field is
 // wider than 64 bits on some chip and variant of the class. Such fields are

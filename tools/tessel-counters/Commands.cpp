@@ -48,21 +48,12 @@ std::vector<U8> entryBytes(const Target& t, const std::vector<std::string>& toke
                            const std::string& what) {
   auto bytes = parseHexBytes(tokens, what);
   const unsigned size = t.entryBytes();
-  if (bytes.size() > size)
-    fail(what + " has " + std::to_string(bytes.size()) + " bytes, but " + t.cls + " on " +
-         t.where() + " is " + std::to_string(size) + " bytes (" +
-         std::to_string(t.object->width()) + (t.object->width() == 1 ? " word" : " words") +
-         "); give at most " + std::to_string(size) + " bytes, byte 0 first");
+  checkLength(t, bytes.size(), what, false);
   if (bytes.size() < size)
     std::cerr << "note: " << what << " has " << bytes.size() << " of " << size << " bytes; bytes "
               << bytes.size() << ".." << size - 1 << " are taken as 00\n";
   bytes.resize(size, 0);
   return bytes;
-}
-
-void loadBuffer(Target& t, const std::vector<U8>& bytes) {
-  std::fill(t.object->buf(), t.object->buf() + t.object->len(), U8{0});
-  std::copy(bytes.begin(), bytes.end(), t.object->buf());
 }
 
 // Left-aligned columns, two blanks apart; the first row is the heading.
@@ -79,10 +70,6 @@ void printTable(const std::vector<std::vector<std::string>>& rows) {
       line += c + 1 < r.size() ? r[c] + std::string(widths[c] - r[c].size() + 2, ' ') : r[c];
     std::printf("%s\n", line.c_str());
   }
-}
-
-std::string kindOf(const Orrery::AsicBase& o) {
-  return o.isTable() ? "memory" : "register";
 }
 
 // Opens the JSON object of a class on a chip and variant with the keys that
@@ -127,30 +114,35 @@ int cmdClasses(const Args& a) {
   return 0;
 }
 
+void describeJson(const Target& t, std::ostream& out) {
+  const auto& o = *t.object;
+  Json j(out);
+  beginTargetObject(j, t)
+      .value("entryBytes", t.entryBytes())
+      .value("classBufferBytes", static_cast<unsigned>(o.len()));
+  if (o.isTable()) j.value("entries", o.entries()).value("tableVariantCount", o.tableVariantCount());
+  j.value("arrayElements", o.arrayElements())
+      .value("instanceCount", static_cast<unsigned>(o.instanceCount()))
+      .value("fieldCount", static_cast<unsigned>(o.fieldCount()));
+  writeInstances(j, instancesOf(o));
+  j.beginArray("fields");
+  for (const auto& f : fieldsOf(o)) writeFieldKeys(j.beginObject(), f).endObject();
+  j.endArray().endObject().finish();
+}
+
 int cmdDescribe(const Args& a) {
   noExtraPositionals(a, 1, "describe takes one class name");
   const Target t = resolveTarget(a);
+
+  if (a.has("--json")) {
+    describeJson(t, std::cout);
+    return 0;
+  }
+
   const auto& o = *t.object;
   const bool memory = o.isTable();
   const auto spans = instancesOf(o);
   const auto fields = fieldsOf(o);
-
-  if (a.has("--json")) {
-    Json j(std::cout);
-    beginTargetObject(j, t)
-        .value("entryBytes", t.entryBytes())
-        .value("classBufferBytes", static_cast<unsigned>(o.len()));
-    if (memory) j.value("entries", o.entries()).value("tableVariantCount", o.tableVariantCount());
-    j.value("arrayElements", o.arrayElements())
-        .value("instanceCount", static_cast<unsigned>(o.instanceCount()))
-        .value("fieldCount", static_cast<unsigned>(o.fieldCount()));
-    writeInstances(j, spans);
-    j.beginArray("fields");
-    for (const auto& f : fields) writeFieldKeys(j.beginObject(), f).endObject();
-    j.endArray().endObject().finish();
-    return 0;
-  }
-
   std::printf("%s on %s (%u) variant %u\n", t.cls.c_str(), chipName(t.chip).c_str(),
               static_cast<unsigned>(t.chip), static_cast<unsigned>(t.variant));
   std::printf("  kind            %s\n", kindOf(o).c_str());
@@ -263,13 +255,7 @@ int cmdEncode(const Args& a) {
     if (eq == std::string::npos || eq == 0)
       fail("expected FIELD=VALUE, not '" + arg + "', e.g. engineNMode=5 or ENGINE_N_MODE=0x5");
     const Field f = findField(t, arg.substr(0, eq));
-    for (const auto& g : given) {
-      if (g.id == f.id) fail("field " + f.name + " given twice");
-      if (g.offset < f.offset + f.width && f.offset < g.offset + g.width)
-        fail("fields " + g.name + " (bits " + rangeText(g.offset, g.offset + g.width - 1u) +
-             ") and " + f.name + " (bits " + rangeText(f.offset, f.offset + f.width - 1u) +
-             ") share bits; give only one of them");
-    }
+    checkDistinct(given, f);
     given.push_back(f);
     const bool raw = isRawField(t.cls, f.id);
     const auto value =
@@ -287,9 +273,9 @@ int cmdAddress(const Args& a) {
   const Target t = resolveTarget(a);
   const auto& o = *t.object;
   const bool memory = o.isTable();
-  const U16 instances = o.instanceCount();
-  const U32 elements = o.arrayElements();
-  const U32 entries = memory ? o.entries() : 1;
+  const U32 instances = indexCount(o, Index::Instance);
+  const U32 elements = indexCount(o, Index::Element);
+  const U32 entries = indexCount(o, Index::Entry);
 
   if (a.has("--all")) {
     for (const char* opt : {"--instance", "--entry", "--array"})
@@ -323,31 +309,24 @@ int cmdAddress(const Args& a) {
     return 0;
   }
 
-  const auto pick = [&](const char* opt, U32 count, const std::string& one,
-                        const std::string& many) -> U32 {
+  const auto pick = [&](const char* opt, Index which) -> U32 {
     const std::string* text = a.get(opt);
     if (!text) return 0;
-    const U64 v = parseNumber(*text, opt, 0xffffffffull);
-    if (v >= count)
-      fail(std::string(opt) + " " + *text + " is out of range: " + t.cls + " on " + t.where() +
-           " has " + std::to_string(count) + " " + (count == 1 ? one : many) + ", 0.." +
-           std::to_string(count - 1));
-    return static_cast<U32>(v);
+    return checkIndex(t, which, parseNumber(*text, opt, 0xffffffffull),
+                      std::string(opt) + " " + *text);
   };
-  const U32 id = pick("--instance", instances, "instance", "instances");
+  const U32 id = pick("--instance", Index::Instance);
   if (!memory && a.has("--entry") && parseNumber(*a.get("--entry"), "--entry", 0xffffffffull) != 0)
     fail(t.cls + " is a register and has no table entries; --entry applies to memories only");
-  const U32 entry = pick("--entry", entries, "entry", "entries");
-  const U32 element = pick("--array", elements, "array element", "array elements");
-  U32 address = 0, subBlock = 0, block = 0;
-  o.getSchanAddress(address, subBlock, block, static_cast<U16>(id), entry,
-                    static_cast<U16>(element));
+  const U32 entry = pick("--entry", Index::Entry);
+  const U32 element = pick("--array", Index::Element);
+  const SchanAddress at = schanAddress(o, id, entry, element);
   std::printf("%s on %s variant %u, instance %u", t.cls.c_str(), chipName(t.chip).c_str(),
               static_cast<unsigned>(t.variant), id);
   if (memory) std::printf(", entry %u", entry);
   std::printf(", array %u\n", element);
-  std::printf("address   %u (0x%x)\nsubBlock  %u\nblock     %u\n", address, address, subBlock,
-              block);
+  std::printf("address   %u (0x%x)\nsubBlock  %u\nblock     %u\n", at.address, at.address,
+              at.subBlock, at.block);
   return 0;
 }
 

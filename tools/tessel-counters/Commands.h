@@ -1,6 +1,7 @@
 // The subcommands. Each returns the exit status; bad input throws UsageError.
 #pragma once
 
+#include <ostream>
 #include <vector>
 
 #include "Args.h"
@@ -18,6 +19,9 @@ int cmdMap(const Args& a);
 int cmdSearch(const Args& a);
 int cmdDiff(const Args& a);
 int cmdExport(const Args& a);
+
+// What describe --json prints: geometry, instances and fields of the target.
+void describeJson(const Target& t, std::ostream& out);
 
 // How fields lie over each other: for each field (in the order of
 // fieldsOf), the narrowest other field that holds all of its bits (-1 if
