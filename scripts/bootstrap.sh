@@ -4,7 +4,7 @@
 set -euo pipefail
 
 packages=(cmake g++ make python3 python3-dev python3-jsonschema python3-pytest pkg-config googletest
-          libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev)
+          libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev clang libclang-rt-14-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

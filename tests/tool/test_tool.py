@@ -413,6 +413,7 @@ class Errors(unittest.TestCase):
     def test_every_bad_input_is_one_line_and_status_two(self):
         self.check([], "no command given", "--help")
         self.check(["frobnicate"], "unknown command 'frobnicate'", "describe")
+        self.check(["frob\nnicate\x01"], r"unknown command 'frob\nnicate\x01'")
         self.check(["classes"], "--chip is required", "BCM88690_B0")
         self.check(["classes", "--chip", "BCM99999"], "unknown chip 'BCM99999'", "BCM88870_A0")
         self.check(["classes", "--chip", "13"], "unknown chip '13'")

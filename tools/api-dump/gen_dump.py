@@ -6,9 +6,11 @@ class, its kind (a memory declares tableWidth), its static queries, its
 fields (the five accessors T f(), fIs(T), fLen(), fOffset(), isFValid()) and
 its indexed accessors (T g(U32 index), gIs(U32 index, T)), and writes one C++
 file of tables that Dump.h describes. Only what a header declares is used, so
-the same script serves any revision of the library.
+the same script serves any revision of the library. With --queries-only the
+tables leave out fields, indexed accessors and records: the class's static
+queries and its constructor only, a file that compiles in seconds.
 
-    gen_dump.py --build BUILD --out Classes.cpp
+    gen_dump.py --build BUILD --out Classes.cpp [--queries-only]
 """
 
 import argparse
@@ -147,7 +149,7 @@ def indexed_lines(t, g):
     ]
 
 
-def class_block(h):
+def class_block(h, queries_only=False):
     """The C++ of one class: a namespace with its ops() function."""
     lines = [
         f"namespace {h.name}_ {{",
@@ -188,17 +190,17 @@ def class_block(h):
     if h.has_instance("getAllFields"):
         lines.append("  c.getAllFields = [](const Base& b) {"
                      " return bytesOf(self(b).getAllFields()); };")
-    for t, f in h.fields():
+    for t, f in [] if queries_only else h.fields():
         lines += field_lines(t, f)
-    for t, g in h.indexed():
+    for t, g in [] if queries_only else h.indexed():
         lines += indexed_lines(t, g)
-    for name, count in sorted(h.records):
+    for name, count in [] if queries_only else sorted(h.records):
         lines.append(f'  c.records.push_back({{"{name}", X::{name}, {count}}});')
     lines += ["  return c;", "}", f"}}  // namespace {h.name}_", ""]
     return lines
 
 
-def generate(build):
+def generate(build, queries_only=False):
     folder = pathlib.Path(build) / "generated" / "include" / "Hardware"
     headers = []
     for path in sorted(folder.glob("*.h")):
@@ -223,7 +225,7 @@ def generate(build):
         "",
     ]
     for h in headers:
-        lines += class_block(h)
+        lines += class_block(h, queries_only)
     lines += [
         "}  // namespace",
         "",
@@ -239,8 +241,10 @@ def main(argv):
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--build", required=True, help="build folder of the library")
     parser.add_argument("--out", required=True, help="C++ file to write")
+    parser.add_argument("--queries-only", action="store_true",
+                        help="static queries and constructor only, no field tables")
     args = parser.parse_args(argv)
-    pathlib.Path(args.out).write_text(generate(args.build))
+    pathlib.Path(args.out).write_text(generate(args.build, args.queries_only))
     return 0
 
 

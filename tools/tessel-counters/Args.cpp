@@ -5,8 +5,30 @@
 
 namespace Tool {
 
+namespace {
+
+const char* const kHexDigits = "0123456789abcdef";
+
+// The text on one line: control characters that came with the user's input
+// (a pasted line end, a tab) are shown as escapes.
+std::string oneLine(const std::string& text) {
+  std::string out;
+  for (char c : text) {
+    const auto u = static_cast<unsigned char>(c);
+    if (u >= 0x20 && u != 0x7f)
+      out += c;
+    else if (c == '\n' || c == '\t')
+      out += c == '\n' ? "\\n" : "\\t";
+    else
+      out += std::string("\\x") + kHexDigits[u >> 4] + kHexDigits[u & 0xf];
+  }
+  return out;
+}
+
+}  // namespace
+
 void fail(const std::string& message, ErrorKind kind) {
-  throw UsageError{message, kind};
+  throw UsageError{oneLine(message), kind};
 }
 
 const std::string* Args::get(const std::string& option) const {
@@ -167,13 +189,12 @@ std::vector<U8> parseFieldValue(const std::string& text, unsigned width, bool he
 }
 
 std::string hexValue(const std::vector<U8>& value, unsigned width) {
-  static const char* const kDigits = "0123456789abcdef";
   const unsigned nibbles = std::max(1u, (width + 3) / 4);
   std::string out = "0x";
   for (unsigned n = nibbles; n-- > 0;) {
     const std::size_t byte = n / 2;
     const unsigned v = byte < value.size() ? (value[byte] >> (4 * (n % 2))) & 0xf : 0;
-    out += kDigits[v];
+    out += kHexDigits[v];
   }
   return out;
 }
@@ -196,12 +217,11 @@ std::string decimalValue(const std::vector<U8>& value) {
 }
 
 std::string hexBytes(const U8* bytes, std::size_t count) {
-  static const char* const kDigits = "0123456789abcdef";
   std::string out;
   for (std::size_t i = 0; i < count; ++i) {
     if (i) out += ' ';
-    out += kDigits[bytes[i] >> 4];
-    out += kDigits[bytes[i] & 0xf];
+    out += kHexDigits[bytes[i] >> 4];
+    out += kHexDigits[bytes[i] & 0xf];
   }
   return out;
 }

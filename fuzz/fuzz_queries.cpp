@@ -1,0 +1,99 @@
+// The library's queries that never stop, over every chip and variant byte
+// and any identifier and field id: each class's chipTypeVariantValid, which
+// the factory's must repeat; on a pair the class has, its static queries,
+// hasIdentifier and isFieldValid. In front of the factory, whose two functions
+// stop on an unknown name, the tool's resolution of class, chip and variant
+// names must hand it only a class that exists on that chip and variant.
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <algorithm>
+#include <iostream>
+
+#include "Catalog.h"
+#include "Dump.h"
+#include "FuzzSupport.h"
+
+namespace {
+
+using ApiDump::ClassOps;
+
+const std::vector<ClassOps>& classes() {
+  static const std::vector<ClassOps> all = ApiDump::allClasses();
+  return all;
+}
+
+const ClassOps* classNamed(const std::string& name) {
+  const auto k = std::find_if(classes().begin(), classes().end(),
+                              [&](const ClassOps& c) { return name == c.name; });
+  return k == classes().end() ? nullptr : &*k;
+}
+
+// A pair the class has: every static query answers, the geometry has room for
+// its first and last address, and a valid field lies on bits of the mask.
+void askPair(const ClassOps& k, U8 chip, U8 variant, U32 id, U32 identifier) {
+  for (auto query : {k.regWidth, k.tableWidth})
+    if (query) query(chip, variant);
+  for (auto query : {k.maxIdentifier, k.addrStride, k.indexMin, k.arrayIndexMin})
+    if (query) query(chip, variant);
+  if (k.entrySpans) FUZZ_CHECK(k.entrySpans(chip, variant).count > 0);
+  const U32 entries = k.entries ? k.entries(chip, variant) : 1;
+  const U16 instances = k.instanceCount(chip, variant);
+  const U32 elements = k.arrayElements(chip, variant);
+  FUZZ_CHECK(k.width(chip, variant) > 0 && entries > 0 && instances > 0 && elements > 0);
+  FUZZ_CHECK(k.hasIdentifier(chip, variant, identifier) == (identifier < instances));
+  U32 address = 0, subBlock = 0, block = 0;
+  FUZZ_CHECK(k.getSchanAddress(chip, variant, address, subBlock, block,
+                               static_cast<U16>(instances - 1), entries - 1,
+                               static_cast<U16>(elements - 1)));
+  const auto object = Hardware::stringObj(k.name, static_cast<Hardware::ChipType>(chip), variant);
+  FUZZ_CHECK(object->hasIdentifier(identifier) == (identifier < instances));
+  if (!object->isFieldValid(id)) return;
+  const unsigned offset = object->fieldOffset(id), width = object->fieldWidth(id);
+  FUZZ_CHECK(width > 0 && offset + width <= 32u * object->width());
+  const Raw8192 mask = k.allFieldsMask(chip, variant);
+  for (const unsigned bit : {offset, offset + width - 1})
+    FUZZ_CHECK((mask[bit / 8] >> (bit % 8)) & 1);
+}
+
+void askClass(const ClassOps& k, U8 chip, U8 variant, U32 id, U32 identifier) {
+  const auto type = static_cast<Hardware::ChipType>(chip);
+  const bool valid = k.valid(type, variant);
+  FUZZ_CHECK(Hardware::chipTypeVariantValid(k.name, type, variant) == valid);
+  if (k.tableVariantCount) k.tableVariantCount(chip);
+  U32 address = 0, subBlock = 0, block = 0;
+  if (!valid) FUZZ_CHECK(!k.getSchanAddress(chip, variant, address, subBlock, block, 0, 0, 0));
+  if (valid) askPair(k, chip, variant, id, identifier);
+}
+
+// The tool's names: a class it accepts is a class of the library, before
+// any call of the factory; a target it resolves is a pair the class has.
+void resolve(FuzzedDataProvider& in) {
+  Tool::Args args;
+  args.positional.push_back(in.ConsumeRandomLengthString(64));
+  args.options["--chip"] = in.ConsumeRandomLengthString(16);
+  if (in.ConsumeBool()) args.options["--variant"] = in.ConsumeRandomLengthString(8);
+  try {
+    FUZZ_CHECK(classNamed(Tool::parseClass(args.positional[0])) != nullptr);
+    FUZZ_CHECK(Hardware::chipTypeName(Tool::parseChip(args.options["--chip"])) != nullptr);
+    const Tool::Target t = Tool::resolveTarget(args);
+    const ClassOps* k = classNamed(t.cls);
+    FUZZ_CHECK(k && k->valid(t.chip, t.variant) && t.object);
+  } catch (const Tool::UsageError&) {
+  }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+  std::cerr.rdbuf(nullptr);  // the tool's notes
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  FuzzedDataProvider in(data, size);
+  const U8 chip = in.ConsumeIntegral<U8>(), variant = in.ConsumeIntegral<U8>();
+  const U32 id = in.ConsumeIntegral<U32>(), identifier = in.ConsumeIntegral<U32>();
+  for (const auto& k : classes()) askClass(k, chip, variant, id, identifier);
+  resolve(in);
+  return 0;
+}
