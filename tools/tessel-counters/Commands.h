@@ -18,6 +18,7 @@ int cmdMap(const Args& a);
 int cmdSearch(const Args& a);
 int cmdDiff(const Args& a);
 int cmdExport(const Args& a);
+int cmdSite(const Args& a);
 
 // How fields lie over each other: for each field (in the order of
 // fieldsOf), the narrowest other field that holds all of its bits (-1 if
