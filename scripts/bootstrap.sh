@@ -3,8 +3,9 @@
 # Packages already present are left alone, so a second run costs nothing.
 set -euo pipefail
 
+# chromium (headless) runs the reference site's test in a real browser.
 packages=(cmake g++ make python3 python3-jsonschema pkg-config googletest libgtest-dev libgmock-dev
-          libbenchmark-dev)
+          libbenchmark-dev chromium)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
