@@ -25,10 +25,8 @@ def tool_json(*args):
 
 
 def write_site(cleanup):
-    d = tempfile.mkdtemp()
-    cleanup(shutil.rmtree, d)
-    rc, _, err = tool("site", d)
-    assert rc == 0, err
+    cleanup(shutil.rmtree, d := tempfile.mkdtemp())
+    assert (r := tool("site", d))[0] == 0, r[2]
     return d
 
 
@@ -106,15 +104,12 @@ class Browser:
 class InChromium(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        cls.site, cls.b = write_site(cls.addClassCleanup), Browser()
+        cls.site, cls.b = "file://" + write_site(cls.addClassCleanup) + "/", Browser()
         cls.addClassCleanup(cls.b.close)
-
-    def page(self, name):
-        self.b.go("file://" + os.path.join(self.site, name))
 
     def test_a_person_finds_a_field_switches_chips_and_decodes(self):
         b, field = self.b, "engineNScanCorEnable"
-        self.page("index.html")
+        b.go(self.site + "index.html")
         self.assertEqual({c["name"] for c in tool_json("export")["classes"]}, set(b.each("table.index a")))
         for pattern in ["ENGINE_*_MODE", "?rps*", "trap", field]:
             b.js("document.getElementById('search').value = ''")
@@ -129,7 +124,8 @@ class InChromium(unittest.TestCase):
         places = {(o["chip"], l["offset"]) for l in layouts for o in l["on"]}
         dump = bytes(random.Random(7).randrange(256) for _ in range(32)).hex(" ")
         for chip in ["BCM88860_A0", "BCM88690_B0"]:  # where it sits on each, and the instances' addresses
-            b.js(f"{{ const s = document.getElementById('chip'); s.value = '{chip}'; s.dispatchEvent(new Event('change')) }}")
+            b.js(f"{{ const s = document.getElementById('chip'); s.value = '{chip}'; "
+                 "s.dispatchEvent(new Event('change')) }")
             b.until("TC.layout().chip", chip)
             self.assertIn((chip, int(b.each(f"#field-{field} td:nth-child(5)")[0])), places)
             described = tool_json("describe", "CrpsEngineCfg", "--chip", chip)["instances"]
@@ -152,7 +148,7 @@ class InChromium(unittest.TestCase):
     def test_decode_gives_the_tools_values_and_messages(self):
         keys = ("name", "bits", "hex", "decimal", "viewOf", "overlaps")
         for cls, chip, variant in SAMPLES:
-            self.page(f"{cls}.html#chip={chip}&variant={variant}")
+            self.b.go(f"{self.site}{cls}.html#chip={chip}&variant={variant}")
             size = 4 * self.b.js("TC.shape().widthWords")
             name, also = self.b.js("[TC.shape().fields[0].name, TC.shape().fields[0].alsoIn]")
             hits = tool_json("search", name)["fields"]

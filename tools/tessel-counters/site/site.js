@@ -13,8 +13,10 @@ const TC = (() => {
     return e;
   }
   const link = (href, text) => el("a", { href }, text);
-  const row = (cells, tag = "td") => el("tr", {}, ...cells.map((c) => (c instanceof Node ? c : el(tag, {}, String(c)))));
+  const cell = (c, tag) => (c instanceof Node ? c : el(tag, {}, String(c)));
+  const row = (cells, tag = "td") => el("tr", {}, ...cells.map((c) => cell(c, tag)));
   const num = (text) => el("td", { class: "n" }, String(text));
+  const mono = (text) => el("td", { class: "mono" }, String(text));
   const hex = (n) => "0x" + n.toString(16);
   const range = (first, last) => (first === last ? String(first) : first + ".." + last);
 
@@ -67,7 +69,8 @@ const TC = (() => {
       throw new Error(`HEX has ${bytes.length} bytes, but ${where} is ${size} bytes (${words}); ` +
                       `give at most ${size} bytes, byte 0 first`);
     }
-    const note = bytes.length < size ? `HEX has ${bytes.length} of ${size} bytes; bytes ${bytes.length}..${size - 1} are taken as 00` : "";
+    const n = bytes.length;
+    const note = n < size ? `HEX has ${n} of ${size} bytes; bytes ${n}..${size - 1} are taken as 00` : "";
     while (bytes.length < size) bytes.push(0);
     return { bytes, note };
   }
@@ -131,8 +134,9 @@ const TC = (() => {
     const l = layout, rows = [["kind", data.kind], ["widthWords", `${l.widthWords} (${l.entryBytes} bytes)`],
       ["arrayElements", l.arrayElements], ["elementStride", l.elementStride]];
     if (data.kind === "memory") rows.push(["entries", l.entries], ["tableVariantCount", l.tableVariantCount]);
-    rows.push(["instanceCount", l.instanceCount], ["fieldCount", l.fieldCount], ["address", `${l.address} (${hex(l.address)})`]);
-    $("geometry").replaceChildren(...rows.map(([k, v]) => row([el("th", {}, k), el("td", { class: "mono" }, String(v))])));
+    rows.push(["instanceCount", l.instanceCount], ["fieldCount", l.fieldCount],
+              ["address", `${l.address} (${hex(l.address)})`]);
+    $("geometry").replaceChildren(...rows.map(([k, v]) => row([el("th", {}, k), mono(v)])));
   }
 
   function instanceTable() {
@@ -140,9 +144,10 @@ const TC = (() => {
     const rows = layout.instances.map((s) => row([num(s.identifier), num(s.subBlock), num(s.block),
       num(`${s.firstAddress} (${hex(s.firstAddress)})`), num(`${s.lastAddress} (${hex(s.lastAddress)})`)]));
     $("instances").replaceChildren(head, ...rows);
-    const entry = data.kind === "memory" ? " + t (table entry t)" : "";
-    $("address-rule").textContent = `Array element a${entry} of any instance: address ${layout.address}` +
-      ` + a \u00d7 ${layout.elementStride}${entry ? " + t" : ""}; the instances differ in subBlock and block.`;
+    const memory = data.kind === "memory";
+    $("address-rule").textContent = `${memory ? "Entry t of array" : "Array"} element a of any instance lies at ` +
+      `address ${layout.address} + a \u00d7 ${layout.elementStride}${memory ? " + t" : ""}; ` +
+      "the instances differ in subBlock and block.";
   }
 
   // The other chips of the class where the field lies, grouped by its bits there.
@@ -167,7 +172,7 @@ const TC = (() => {
     const head = row(["#", "field", "hardware name", "id", "bits", "width", "other chips", "other classes"], "th");
     const rows = shapeOf(layout).fields.map((f, i) => {
       const others = f.alsoIn.flatMap((c, k) => [k ? " " : "", link(`${c}.html#field=${f.name}`, c)]);
-      const r = row([num(i + 1), el("td", { class: "mono" }, f.name), el("td", { class: "mono" }, f.hardwareName),
+      const r = row([num(i + 1), mono(f.name), mono(f.hardwareName),
         num(f.id), num(range(f.offset, f.offset + f.width - 1)), num(f.width),
         el("td", { class: "where" }, ...whereElse(f.name)), el("td", { class: "where" }, ...others)]);
       r.id = "field-" + f.name;
@@ -195,10 +200,11 @@ const TC = (() => {
     for (const f of result.fields) {
       const name = el("td", { class: "mono", style: `padding-left: ${8 + 16 * f.depth}px` }, f.name);
       const overlaps = f.overlaps ? "overlaps " + f.overlaps.join(", ") : "";
-      table.append(row([num(f.bits), num(f.width), name, el("td", { class: "mono" }, f.hex), num(f.decimal), overlaps]));
+      table.append(row([num(f.bits), num(f.width), name, mono(f.hex), num(f.decimal), overlaps]));
     }
     const lines = [];
-    if (result.fields.some((f) => f.viewOf || f.overlaps)) lines.push("indented fields are views of bits of the field above them");
+    if (result.fields.some((f) => f.viewOf || f.overlaps))
+      lines.push("indented fields are views of bits of the field above them");
     if (result.strayBits.length)
       lines.push("set bits outside every field: " + result.strayBits.map((s) => range(s.first, s.last)).join(", "));
     after.textContent = lines.join("\n");
