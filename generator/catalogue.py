@@ -315,8 +315,8 @@ REGISTER_KEYS = {"chips", "layout", "width", "arrayElements", "addrStride", "ins
                  "fieldCount", "address"}
 MEMORY_KEYS = {"chips", "layout", "width", "entries", "arrayElements", "instanceCount",
                "fieldCount", "tableVariantCount", "address"}
-CLASS_KEYS = {"class", "kind", "storage", "block", "chips", "packed", "geometry", "fields",
-              "indexed", "params", "entry_spans", "note", "vars", "shared_geometry"}
+CLASS_KEYS = {"class", "summary", "kind", "storage", "block", "chips", "packed", "geometry",
+              "fields", "indexed", "params", "entry_spans", "note", "vars", "shared_geometry"}
 FIELD_KEYS = {"name", "id", "type", "view", "variants", "where", "note"}
 
 # Member names every class has; a field's accessors must not take them.
@@ -341,6 +341,9 @@ class Klass:
         self.name = data.get("class") or fail(where, "no class name")
         where = f"{path}: class {self.name}"
         self.where = where
+        self.summary = data.get("summary")
+        if not isinstance(self.summary, str) or not self.summary.strip() or "\n" in self.summary:
+            fail(where, "'summary' must be one line that says what the class holds")
         self.kind = data.get("kind")
         if self.kind not in ("register", "memory"):
             fail(where, "kind must be register or memory")

@@ -11,6 +11,7 @@ message that names the file, the class and the field, and exit status 1.
 """
 
 import argparse
+import json
 import os
 import sys
 
@@ -305,6 +306,17 @@ def class_list_source(cat):
     return o.text()
 
 
+def class_notes(cat):
+    """What the tool tells of a class beyond the library's answers: its subsystem
+    (the folder of accessors/) and its summary. Rows of a table, by class name."""
+    o = Out()
+    o(NOTE.format(src="the accessor catalogue").rstrip())
+    o("// {class, subsystem, summary}")
+    for k in sorted(cat.classes, key=lambda k: k.name.encode()):
+        o("{" + ", ".join(json.dumps(s) for s in (k.name, k.subsystem, k.summary)) + "},")
+    return o.text()
+
+
 def umbrella(cat):
     o = Out()
     o(NOTE.format(src="the accessor catalogue").rstrip())
@@ -348,6 +360,7 @@ def outputs(cat):
         files[f"src/FactoryMakers{i}.cpp"] = (lambda chunk=chunk: factory_makers(chunk))
     files["src/Classes.cpp"] = lambda: class_list_source(cat)
     files["include/TesselCountersOrrery.h"] = lambda: umbrella(cat)
+    files["tool/ClassNotes.inc"] = lambda: class_notes(cat)
     for k in cat.classes:
         files[f"include/Hardware/{k.name}.h"] = (lambda k=k: emitter.header(k))
         files[f"src/{k.subsystem}/{k.name}.cpp"] = (lambda k=k: emitter.source(k))

@@ -19,6 +19,7 @@ ROOT = sys.argv.pop(1) if len(sys.argv) > 1 else os.path.dirname(os.path.dirname
 
 GOOD = '''
 class = "CrpsEngineCfgProbe"
+summary = "a probe"
 kind = "register"
 storage = 8
 chips = "88690, 88800"
@@ -111,6 +112,10 @@ class CatalogueChecks(unittest.TestCase):
     def test_storage_disagrees(self):
         self.rejects(GOOD.replace("storage = 8", "storage = 12"), "storage 12", "8")
 
+    def test_summary_is_one_line(self):
+        for summary in ['', 'summary = ""', 'summary = "a\\nb"']:
+            self.rejects(GOOD.replace('summary = "a probe"', summary), "CrpsEngineCfgProbe", "'summary'")
+
     def test_unknown_layout_key(self):
         self.rejects(GOOD.replace('L2 = "0:6"', 'L3 = "0:6"'), "ENGINE_N_MODE", "L3")
 
@@ -140,6 +145,7 @@ class CatalogueChecks(unittest.TestCase):
 
     FAMILY = '''
 [defaults]
+summary = "a probe"
 kind = "register"
 storage = 4
 block = "CRPS"

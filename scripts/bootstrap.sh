@@ -3,8 +3,9 @@
 # Packages already present are left alone, so a second run costs nothing.
 set -euo pipefail
 
+# chromium (headless) runs the reference site's test in a real browser.
 packages=(cmake g++ make python3 python3-dev python3-jsonschema python3-pytest pkg-config googletest
-          libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev clang libclang-rt-14-dev)
+          libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev clang libclang-rt-14-dev chromium)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

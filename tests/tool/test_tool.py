@@ -503,7 +503,9 @@ class Errors(unittest.TestCase):
         for args, part in [("search", "search takes one PATTERN"), (f"diff --chip {A}", "--to is required"),
                            (f"diff --chip {A} --to {B} --variant 1", "--variant goes with a CLASS"),
                            ("export", "export needs one of --json"), ("export --c-header", "--c-header needs --chip"),
-                           ("export --json --class CrpsTypeMapMem", "--class goes with --c-header")]:
+                           ("export --json --class CrpsTypeMapMem", "--class goes with --c-header"),
+                           ("site", "site takes one DIR"), ("site /dev/null", "cannot make the folder '/dev/null'"),
+                           ("site /proc/tessel", "cannot make the folder '/proc/tessel'")]:
             self.check(args.split(), part)
 
 if __name__ == "__main__":

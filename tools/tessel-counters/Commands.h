@@ -19,6 +19,7 @@ int cmdMap(const Args& a);
 int cmdSearch(const Args& a);
 int cmdDiff(const Args& a);
 int cmdExport(const Args& a);
+int cmdSite(const Args& a);
 
 // What describe --json prints: geometry, instances and fields of the target.
 void describeJson(const Target& t, std::ostream& out);

@@ -12,20 +12,7 @@ namespace {
 constexpr unsigned kFormatVersion = 1;
 
 void writeLayout(Json& j, const Layout& l) {
-  j.beginObject()
-      .value("chip", chipName(l.chip))
-      .value("chipNumber", static_cast<unsigned>(l.chip))
-      .value("variant", static_cast<unsigned>(l.variant))
-      .value("widthWords", static_cast<unsigned>(l.widthWords))
-      .value("entryBytes", 4u * l.widthWords)
-      .value("arrayElements", l.arrayElements)
-      .value("elementStride", l.elementStride)
-      .value("entries", l.entries)
-      .value("tableVariantCount", l.tableVariantCount)
-      .value("instanceCount", static_cast<unsigned>(l.instances.size()))
-      .value("fieldCount", static_cast<unsigned>(l.fieldCount))
-      .value("address", l.instances.empty() ? 0u : l.instances[0].firstAddress);
-  writeInstances(j, l.instances);
+  writeGeometryKeys(j.beginObject(), l);
   j.beginArray("fields");
   for (std::size_t i = 0; i < l.fields.size(); ++i) {
     writeFieldKeys(j.beginObject(), l.fields[i]);

@@ -1,6 +1,8 @@
 // The layout picture: one row per 32-bit word, bit 31 on the left, each
 // field a labelled box over its bits. Fields that share bits (an aggregate
 // and its elements) go into separate bands of the row, the widest on top.
+#include "Map.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -8,8 +10,6 @@
 #include <fstream>
 #include <iostream>
 #include <sstream>
-
-#include "Commands.h"
 
 namespace Tool {
 
@@ -21,6 +21,7 @@ constexpr int kRowGap = 16;  // space between two words
 constexpr int kLeft = 128;   // room for the row labels
 constexpr int kRight = 24;
 constexpr int kTop = 112;       // title, subtitle and bit numbers above the first row
+constexpr int kHead = 48;       // of which the title and subtitle
 constexpr int kBandNote = 18;   // a line more above the rows when there are bands
 constexpr double kCharW = 0.6;  // advance of a monospace character, per pixel of font size
 
@@ -34,7 +35,9 @@ const Colour kPalette[] = {
     {"#e6f0c4", "#6b7f1a"}, {"#dfe3e8", "#4d5a6a"},
 };
 
-std::string esc(const std::string& s) {
+}  // namespace
+
+std::string escapeHtml(const std::string& s) {
   std::string out;
   for (char c : s) {
     switch (c) {
@@ -56,6 +59,8 @@ std::string esc(const std::string& s) {
   }
   return out;
 }
+
+namespace {
 
 int textWidth(const std::string& s, int size) {
   return static_cast<int>(std::lround(static_cast<double>(s.size()) * kCharW * size));
@@ -92,13 +97,7 @@ struct Picture {
 Picture draw(const Target& t) {
   const auto& o = *t.object;
   const auto fields = fieldsOf(o);
-  int bands = 1;
-  const auto band = bandsOf(fields, bands);
   const unsigned words = o.width();
-  const unsigned bits = 32 * words;
-  const int rowH = bands * kBandH;
-  const int top = kTop + (bands > 1 ? kBandNote : 0);
-
   Picture p;
   p.title = t.cls + " \u2014 " + chipName(t.chip) + " (" +
             std::to_string(static_cast<unsigned>(t.chip)) + "), variant " +
@@ -117,6 +116,20 @@ Picture draw(const Target& t) {
       << ", subBlock " << subBlock;
     p.subtitle = s.str();
   }
+  p.svg = layoutSvg(fields, words, p.title, p.subtitle);
+  return p;
+}
+
+}  // namespace
+
+std::string layoutSvg(const std::vector<Field>& fields, unsigned words, const std::string& title,
+                      const std::string& subtitle) {
+  int bands = 1;
+  const auto band = bandsOf(fields, bands);
+  const unsigned bits = 32 * words;
+  const int rowH = bands * kBandH;
+  const int noHead = title.empty() ? kHead : 0;  // room of the title lines, left out
+  const int top = kTop - noHead + (bands > 1 ? kBandNote : 0);
 
   // Legend: one column per 30 fields.
   const int legendRows = std::min<int>(30, std::max<int>(1, static_cast<int>(fields.size())));
@@ -140,11 +153,15 @@ Picture draw(const Target& t) {
        "<line x1=\"0\" y1=\"0\" x2=\"0\" y2=\"6\" stroke=\"#cfcfcf\" "
        "stroke-width=\"2\"/></pattern></defs>\n";
   s << "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n";
-  s << "<text x=\"24\" y=\"36\" font-size=\"20\" font-weight=\"bold\" fill=\"#222\">"
-    << esc(p.title) << "</text>\n";
-  s << "<text x=\"24\" y=\"60\" font-size=\"12\" fill=\"#555\">" << esc(p.subtitle) << "</text>\n";
+  if (!title.empty()) {
+    s << "<text x=\"24\" y=\"36\" font-size=\"20\" font-weight=\"bold\" fill=\"#222\">"
+      << escapeHtml(title) << "</text>\n";
+    s << "<text x=\"24\" y=\"60\" font-size=\"12\" fill=\"#555\">" << escapeHtml(subtitle)
+      << "</text>\n";
+  }
   if (bands > 1)
-    s << "<text x=\"24\" y=\"78\" font-size=\"12\" fill=\"#555\">Fields that share bits are drawn "
+    s << "<text x=\"24\" y=\"" << 78 - noHead
+      << "\" font-size=\"12\" fill=\"#555\">Fields that share bits are drawn "
          "in "
       << bands << " bands: the widest view on top, the views inside it below.</text>\n";
 
@@ -198,9 +215,9 @@ Picture draw(const Target& t) {
       const int x = kLeft + (31 - static_cast<int>(hi - 1 - 32 * w)) * kBitW;
       const int wpx = static_cast<int>(hi - lo) * kBitW;
       const int by = y + band[i] * kBandH;
-      s << "<g><title>" << esc(f.name) << " (" << esc(f.hardwareName) << ", id " << f.id
-        << "): bits " << rangeText(f.offset, f.offset + f.width - 1u) << ", " << f.width << " bit"
-        << (f.width == 1 ? "" : "s") << "</title>\n";
+      s << "<g><title>" << escapeHtml(f.name) << " (" << escapeHtml(f.hardwareName) << ", id "
+        << f.id << "): bits " << rangeText(f.offset, f.offset + f.width - 1u) << ", " << f.width
+        << " bit" << (f.width == 1 ? "" : "s") << "</title>\n";
       s << "<rect x=\"" << x + 1 << "\" y=\"" << by + 2 << "\" width=\"" << wpx - 2
         << "\" height=\"" << kBandH - 4 << "\" rx=\"4\" fill=\"" << c.fill << "\" stroke=\""
         << c.stroke << "\" stroke-width=\"1.2\"/>\n";
@@ -218,11 +235,11 @@ Picture draw(const Target& t) {
       if (!label.empty()) {
         const int ty = second.empty() ? by + kBandH / 2 + 4 : by + kBandH / 2 - 2;
         s << "<text x=\"" << cx << "\" y=\"" << ty << "\" font-size=\"" << (label == key ? 11 : 12)
-          << "\" text-anchor=\"middle\" fill=\"#111\">" << esc(label) << "</text>\n";
+          << "\" text-anchor=\"middle\" fill=\"#111\">" << escapeHtml(label) << "</text>\n";
       }
       if (!second.empty())
         s << "<text x=\"" << cx << "\" y=\"" << by + kBandH / 2 + 12 << "\" font-size=\"10\" "
-          << "text-anchor=\"middle\" fill=\"#555\">" << esc(second) << "</text>\n";
+          << "text-anchor=\"middle\" fill=\"#555\">" << escapeHtml(second) << "</text>\n";
       s << "</g>\n";
     }
     // Byte edges stay visible over the fields as ticks; a frame per word.
@@ -258,19 +275,20 @@ Picture draw(const Target& t) {
     char line[64];
     std::snprintf(line, sizeof line, "%-5s", ("#" + std::to_string(i + 1)).c_str());
     s << "<text x=\"" << x + 20 << "\" y=\"" << y
-      << "\" font-size=\"11\" fill=\"#222\" xml:space=\"preserve\">" << esc(line) << esc(f.name)
-      << "  <tspan fill=\"#666\">bits " << rangeText(f.offset, f.offset + f.width - 1u) << " ("
-      << f.width << ")</tspan></text>\n";
+      << "\" font-size=\"11\" fill=\"#222\" xml:space=\"preserve\">" << escapeHtml(line)
+      << escapeHtml(f.name) << "  <tspan fill=\"#666\">bits "
+      << rangeText(f.offset, f.offset + f.width - 1u) << " (" << f.width << ")</tspan></text>\n";
   }
   s << "</svg>\n";
-  p.svg = s.str();
-  return p;
+  return s.str();
 }
+
+namespace {
 
 std::string html(const Target& t, const Picture& p) {
   std::ostringstream h;
   h << "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>"
-    << esc(p.title)
+    << escapeHtml(p.title)
     << "</title>\n<style>\n"
        "body { font-family: 'DejaVu Sans', Helvetica, Arial, sans-serif; margin: 24px; color: "
        "#222; }\n"
@@ -281,16 +299,16 @@ std::string html(const Target& t, const Picture& p) {
        "}\n"
        "code { font-family: 'DejaVu Sans Mono', monospace; }\n"
        "</style>\n</head>\n<body>\n<h1>"
-    << esc(p.title) << "</h1>\n<p class=\"sub\">" << esc(p.subtitle) << "</p>\n"
+    << escapeHtml(p.title) << "</h1>\n<p class=\"sub\">" << escapeHtml(p.subtitle) << "</p>\n"
     << p.svg
     << "<table>\n<tr><th>#</th><th>field</th><th>hardware "
        "name</th><th>id</th><th>bits</th><th>width</th></tr>\n";
   const auto fields = fieldsOf(*t.object);
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const auto& f = fields[i];
-    h << "<tr><td class=\"n\">" << i + 1 << "</td><td><code>" << esc(f.name)
-      << "</code></td><td><code>" << esc(f.hardwareName) << "</code></td><td class=\"n\">" << f.id
-      << "</td><td class=\"n\">" << rangeText(f.offset, f.offset + f.width - 1u)
+    h << "<tr><td class=\"n\">" << i + 1 << "</td><td><code>" << escapeHtml(f.name)
+      << "</code></td><td><code>" << escapeHtml(f.hardwareName) << "</code></td><td class=\"n\">"
+      << f.id << "</td><td class=\"n\">" << rangeText(f.offset, f.offset + f.width - 1u)
       << "</td><td class=\"n\">" << f.width << "</td></tr>\n";
   }
   h << "</table>\n</body>\n</html>\n";

@@ -102,6 +102,22 @@ void writeViewKeys(Json& j, const std::vector<Field>& fields, const FieldView& v
   j.endArray();
 }
 
+void writeGeometryKeys(Json& j, const Layout& l) {
+  j.value("chip", chipName(l.chip))
+      .value("chipNumber", static_cast<unsigned>(l.chip))
+      .value("variant", static_cast<unsigned>(l.variant))
+      .value("widthWords", static_cast<unsigned>(l.widthWords))
+      .value("entryBytes", 4u * l.widthWords)
+      .value("arrayElements", l.arrayElements)
+      .value("elementStride", l.elementStride)
+      .value("entries", l.entries)
+      .value("tableVariantCount", l.tableVariantCount)
+      .value("instanceCount", static_cast<unsigned>(l.instances.size()))
+      .value("fieldCount", static_cast<unsigned>(l.fieldCount))
+      .value("address", l.instances.empty() ? 0u : l.instances[0].firstAddress);
+  writeInstances(j, l.instances);
+}
+
 void writeInstances(Json& j, const std::vector<Instance>& instances) {
   j.beginArray("instances");
   for (const auto& s : instances)

@@ -75,5 +75,7 @@ std::string layoutsText(const ClassModel& cls, const std::vector<const Layout*>&
 Json& writeFieldKeys(Json& j, const Field& field);
 void writeViewKeys(Json& j, const std::vector<Field>& fields, const FieldView& view);
 void writeInstances(Json& j, const std::vector<Instance>& instances);
+// A layout's chip, variant and geometry keys, as the export writes them, with "instances".
+void writeGeometryKeys(Json& j, const Layout& layout);
 
 }  // namespace Tool

@@ -47,6 +47,11 @@ const char* const kUsage =
     "  tessel-counters export --c-header --chip CHIP [--class CLASS]\n"
     "      a C header of the chip's classes: offset, width and mask of every field,\n"
     "      and the address constants of each class\n"
+    "  tessel-counters site DIR\n"
+    "      a reference site of the whole catalogue in DIR (made if missing), to\n"
+    "      open from DIR/index.html: the classes by subsystem, a page per class\n"
+    "      with geometry, addresses, bit map, fields and a decoder on each chip and\n"
+    "      variant, and a search over classes and fields on every page\n"
     "\n"
     "CHIP is a chip name (BCM88690_B0) or its number (10). Without --variant the\n"
     "class's first variant on the chip is used, with a note if it has several.\n"
@@ -78,12 +83,18 @@ const std::vector<Command>& commands() {
       {"decode", {chip, variant, json}, cmdDecode},
       {"encode", {chip, variant, {"--from", true}}, cmdEncode},
       {"address",
-       {chip, variant, {"--instance", true}, {"--entry", true}, {"--array", true}, {"--all", false}},
+       {chip,
+        variant,
+        {"--instance", true},
+        {"--entry", true},
+        {"--array", true},
+        {"--all", false}},
        cmdAddress},
       {"map", {chip, variant, {"--svg", true}, {"--html", true}}, cmdMap},
       {"search", {chip, json}, cmdSearch},
       {"diff", {chip, variant, {"--to", true}, {"--to-variant", true}, json}, cmdDiff},
       {"export", {json, {"--c-header", false}, chip, {"--class", true}}, cmdExport},
+      {"site", {}, cmdSite},
   };
   return table;
 }

@@ -1,0 +1,176 @@
+#!/usr/bin/env python3
+"""The reference site: the same bytes twice, nothing fetched, used in headless Chromium (DevTools
+protocol on a pipe) as a person would. Run: test_site.py TOOL; status 77 (skip) without Chromium."""
+
+import filecmp, json, os, random, re, select, shutil, subprocess, sys, tempfile, unittest
+
+TOOL = sys.argv.pop(1)
+CHROMIUM = shutil.which("chromium") or shutil.which("chromium-browser")
+FLAGS = ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run",
+         "--disable-background-networking", "--disable-component-update", "--disable-sync"]
+# (class, chip, variant): views and overlaps, fields over 64 bits, a memory, stray bits, variants.
+SAMPLES = [("IppaStatisticsInfo", "BCM88860_A0", 0), ("IppfStatObjProfileAttr", "BCM88690_B0", 0),
+           ("EtppbMapStsToType", "BCM88690_B0", 0), ("CrpsEngineCfg", "BCM88690_B0", 0),
+           ("CrpsIfAdapterCgmIrppCfg", "BCM88690_B0", 5), ("PqpEgressQueuesEmpty", "BCM88850_A0", 0),
+           ("CrpsTypeMapMem", "BCM88870_A0", 0), ("EtppaPerPortTable", "BCM88800_A0", 0)]
+
+
+def tool(*args):
+    p = subprocess.run([TOOL, *args], capture_output=True, text=True, timeout=60)
+    return p.returncode, p.stdout, p.stderr
+
+
+def tool_json(*args):
+    return json.loads(tool(*args, "--json")[1])
+
+
+def write_site(cleanup):
+    cleanup(shutil.rmtree, d := tempfile.mkdtemp())
+    assert (r := tool("site", d))[0] == 0, r[2]
+    return d
+
+
+class Files(unittest.TestCase):
+    def test_same_input_same_bytes_and_no_address_outside(self):
+        a, b = write_site(self.addCleanup), write_site(self.addCleanup)
+        names = sorted(os.listdir(a))
+        self.assertEqual((names, [], []), filecmp.cmpfiles(a, b, names, shallow=False))
+        for n in names:
+            with open(os.path.join(a, n)) as f:
+                text = f.read().replace('xmlns="http://www.w3.org/2000/svg"', "")
+            self.assertEqual([], re.findall(r"\w+://|//[\w.-]+\.\w", text), n)
+
+
+class Browser:
+    """Chromium over --remote-debugging-pipe: commands on its fd 3, answers and events on fd 4."""
+
+    def __init__(self):
+        to_r, self.to_w = os.pipe()
+        self.from_r, from_w = os.pipe()
+        fds = lambda: [os.dup2(fd, n) for fd, n in zip([os.dup(to_r), os.dup(from_w)], (3, 4))]  # noqa: E731
+        self.profile = tempfile.mkdtemp()
+        self.proc = subprocess.Popen([CHROMIUM, *FLAGS, "--user-data-dir=" + self.profile,
+                                      "--remote-debugging-pipe", "about:blank"], preexec_fn=fds,
+                                     close_fds=False, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(to_r), os.close(from_w)
+        self.buf, self.next, self.events, self.session = b"", 0, [], None
+        page = next(t for t in self.send("Target.getTargets")["targetInfos"] if t["type"] == "page")
+        self.session = self.send("Target.attachToTarget", targetId=page["targetId"], flatten=True)["sessionId"]
+        self.send("Page.enable"), self.send("Network.enable")
+
+    def read(self):
+        while b"\0" not in self.buf:
+            assert select.select([self.from_r], [], [], 20)[0], "Chromium did not answer in 20 s"
+            self.buf += os.read(self.from_r, 1 << 20)
+        message, self.buf = self.buf.split(b"\0", 1)
+        return json.loads(message)
+
+    def send(self, method, **params):
+        self.next += 1
+        os.write(self.to_w, json.dumps({"id": self.next, "method": method, "params": params,
+                                        **({"sessionId": self.session} if self.session else {})}).encode() + b"\0")
+        while (m := self.read()).get("id") != self.next:
+            self.events.append(m)
+        assert "error" not in m, m
+        return m["result"]
+
+    def js(self, expression):
+        r = self.send("Runtime.evaluate", expression=expression, returnByValue=True)
+        assert "exceptionDetails" not in r, r["exceptionDetails"]
+        return r["result"].get("value")
+
+    def each(self, selector, expression="e.textContent"):
+        return self.js(f"[...document.querySelectorAll({json.dumps(selector)})].map(e => {expression})")
+
+    def until(self, expression, value):
+        assert any(self.js(expression) == value for _ in range(100)), f"{expression} never became {value}"
+
+    def go(self, url=None, click=None):
+        start = len(self.events)
+        self.send("Page.navigate", url=url) if url else self.js(f"document.querySelector({json.dumps(click)}).click()")
+        while not any(e.get("method") == "Page.loadEventFired" for e in self.events[start:]):
+            self.events.append(self.read())
+
+    def type_into(self, selector, text):
+        self.js(f"document.querySelector({json.dumps(selector)}).focus()")
+        self.send("Input.insertText", text=text)
+
+    def close(self):
+        self.proc.kill(), self.proc.wait()
+        shutil.rmtree(self.profile, ignore_errors=True)
+
+
+@unittest.skipUnless(CHROMIUM, "chromium is not installed")
+class InChromium(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.site, cls.b = "file://" + write_site(cls.addClassCleanup) + "/", Browser()
+        cls.addClassCleanup(cls.b.close)
+
+    def test_a_person_finds_a_field_switches_chips_and_decodes(self):
+        b, field = self.b, "engineNScanCorEnable"
+        b.go(self.site + "index.html")
+        self.assertEqual({c["name"] for c in tool_json("export")["classes"]}, set(b.each("table.index a")))
+        for pattern in ["ENGINE_*_MODE", "?rps*", "trap", field]:
+            b.js("document.getElementById('search').value = ''")
+            b.type_into("#search", pattern)
+            hits = tool_json("search", pattern)
+            self.assertEqual({c["class"] + ".html" for c in hits["classes"]} |
+                             {f"{f['class']}.html#field={f['name']}" for f in hits["fields"]},
+                             set(b.each("#results li > a", "e.getAttribute('href')")), pattern)
+        b.go(click=f"#results a[href='CrpsEngineCfg.html#field={field}']")
+        self.assertEqual("field-" + field, b.js("document.querySelector('tr.hit').id"))
+        layouts = tool_json("search", field)["fields"][0]["layouts"]
+        places = {(o["chip"], l["offset"]) for l in layouts for o in l["on"]}
+        dump = bytes(random.Random(7).randrange(256) for _ in range(32)).hex(" ")
+        for chip in ["BCM88860_A0", "BCM88690_B0"]:  # where it sits on each, and the instances' addresses
+            b.js(f"{{ const s = document.getElementById('chip'); s.value = '{chip}'; "
+                 "s.dispatchEvent(new Event('change')) }")
+            b.until("TC.layout().chip", chip)
+            self.assertIn((chip, int(b.each(f"#field-{field} td:nth-child(5)")[0])), places)
+            described = tool_json("describe", "CrpsEngineCfg", "--chip", chip)["instances"]
+            self.assertEqual([f"{s['firstAddress']} ({hex(s['firstAddress'])})" for s in described],
+                             b.each("#instances td:nth-child(4)"))
+        b.type_into("#hex", dump)
+        decoded = tool_json("decode", "CrpsEngineCfg", "--chip", "BCM88690_B0", dump)["fields"]
+        self.assertEqual([[f["name"], f["hex"], f["decimal"]] for f in decoded],
+                         b.each("#decoded tr:not(:first-child)", "[...e.cells].slice(2, 5).map(c => c.textContent)"))
+        others = b.each(f"#field-{field} td:nth-child(7) a")  # the field on the other chips, by link
+        self.assertEqual({c for c, _ in places} - {"BCM88690_B0"}, set(others))
+        b.js(f"document.querySelector('#field-{field} td:nth-child(7) a').click()")
+        b.until("TC.layout().chip", others[0])
+        b.type_into("#hex", " zz")  # a bad dump is told, and kept
+        self.assertEqual([dump + " zz"], b.each("#hex", "e.value"))
+        self.assertIn("'z' is not a hex digit", b.each("#decode-note")[0])
+        urls = [e["params"]["request"]["url"] for e in b.events if e.get("method") == "Network.requestWillBeSent"]
+        self.assertTrue(urls and all(u.startswith("file://") for u in urls), urls)
+
+    def test_decode_gives_the_tools_values_and_messages(self):
+        keys = ("name", "bits", "hex", "decimal", "viewOf", "overlaps")
+        for cls, chip, variant in SAMPLES:
+            self.b.go(f"{self.site}{cls}.html#chip={chip}&variant={variant}")
+            size = 4 * self.b.js("TC.shape().widthWords")
+            name, also = self.b.js("[TC.shape().fields[0].name, TC.shape().fields[0].alsoIn]")
+            hits = tool_json("search", name)["fields"]
+            self.assertEqual(sorted(h["class"] for h in hits if h["name"] == name), sorted([cls, *also]))
+            random_dump = bytes(random.Random(cls).randrange(256) for _ in range(size)).hex(":")
+            for hex_ in ["ff" * size, random_dump, "0x" + "01" * (size - 1), "0xfg", "123", "00" * (size + 1)]:
+                with self.subTest(cls=cls, hex=hex_):
+                    got = self.b.js(f"try {{ TC.decode(TC.shape(), '{hex_}', '{cls} on {chip} variant {variant}') }}"
+                                    " catch (e) { e.message }")
+                    rc, out, err = tool("decode", cls, "--chip", chip, "--variant", str(variant), hex_, "--json")
+                    if rc:
+                        self.assertEqual(err.strip(), "tessel-counters: " + got)
+                        continue
+                    want = json.loads(out)
+                    self.assertEqual([{k: f.get(k) for k in keys} for f in want["fields"]],
+                                     [{k: f.get(k) for k in keys} for f in got["fields"]])
+                    self.assertEqual(want["strayBits"], got["strayBits"])
+                    self.assertEqual(err.strip(), ("note: " + got["note"]) if got["note"] else "")
+
+
+if __name__ == "__main__":
+    ok = unittest.main(exit=False).result.wasSuccessful()
+    if ok and not CHROMIUM:
+        print("SKIP: the site was not tried in a browser: no chromium (scripts/bootstrap.sh installs it)")
+    sys.exit(0 if ok and CHROMIUM else 77 if ok else 1)

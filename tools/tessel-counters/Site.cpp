@@ -1,0 +1,248 @@
+// site DIR: the whole catalogue as static pages that open from file:// with
+// nothing fetched: an index by subsystem, a page per class, a search over
+// classes and fields on every page. The pages hold the data (JSON from the
+// model, bit maps drawn as `map` draws them); site.js shows the layout of the
+// chosen chip and variant and decodes a pasted entry.
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iostream>
+#include <map>
+#include <sstream>
+
+#include "Map.h"
+#include "Model.h"
+#include "SiteAssets.h"
+
+namespace Tool {
+
+namespace {
+
+// What the catalogue says of a class beyond the library's answers.
+struct ClassNote {
+  const char* name;
+  const char* subsystem;  // the folder of the class's sheet
+  const char* summary;
+};
+const ClassNote kNotes[] = {
+#include "ClassNotes.inc"
+};
+
+ClassNote noteOf(const std::string& cls) {
+  for (const auto& n : kNotes)
+    if (cls == n.name) return n;
+  return {"", "other", ""};
+}
+
+// The distinct field lists of a class's layouts, each drawn once: `first`
+// holds the first layout of each, `of[i]` the list of layout i.
+struct Shapes {
+  std::vector<const Layout*> first;
+  std::vector<std::size_t> of;
+};
+
+bool sameFields(const Layout& x, const Layout& y) {
+  if (x.widthWords != y.widthWords || x.fields.size() != y.fields.size()) return false;
+  for (std::size_t i = 0; i < x.fields.size(); ++i) {
+    const Field &f = x.fields[i], &g = y.fields[i];
+    if (f.id != g.id || f.offset != g.offset || f.width != g.width) return false;
+  }
+  return true;
+}
+
+Shapes shapesOf(const ClassModel& c) {
+  Shapes s;
+  for (const auto& l : c.layouts) {
+    std::size_t k = 0;
+    while (k < s.first.size() && !sameFields(*s.first[k], l)) ++k;
+    if (k == s.first.size()) s.first.push_back(&l);
+    s.of.push_back(k);
+  }
+  return s;
+}
+
+// Field identifier: the classes that have the field on some chip, by name.
+using ClassesByField = std::map<U32, std::vector<std::string>>;
+
+ClassesByField classesByField(const std::vector<ClassModel>& model) {
+  ClassesByField out;
+  for (const auto& c : model)
+    for (const auto& l : c.layouts)
+      for (const auto& f : l.fields) {
+        auto& names = out[f.id];
+        if (names.empty() || names.back() != c.name) names.push_back(c.name);
+      }
+  return out;
+}
+
+std::string chipsText(const ClassModel& c) {
+  const auto chips = knownChips();
+  const bool everywhere = std::all_of(chips.begin(), chips.end(), [&](Hardware::ChipType chip) {
+    return !c.variantsOn(chip).empty();
+  });
+  if (everywhere) return "all " + std::to_string(chips.size()) + " chips";
+  std::vector<const Layout*> all;
+  for (const auto& l : c.layouts) all.push_back(&l);
+  return layoutsText(c, all);
+}
+
+std::string pageHead(const std::string& title) {
+  return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
+         escapeHtml(title) +
+         "</title>\n<link rel=\"stylesheet\" href=\"site.css\">\n</head>\n<body>\n"
+         "<header><a href=\"index.html\">Counter register reference</a>\n"
+         "<input id=\"search\" type=\"search\" autocomplete=\"off\" "
+         "placeholder=\"Search classes and fields: engine, ENGINE_*_MODE\">\n"
+         "<div id=\"results\"></div></header>\n<main>\n";
+}
+
+std::string pageTail() {
+  return "</main>\n<script src=\"search.js\"></script>\n<script src=\"site.js\"></script>\n"
+         "</body>\n</html>\n";
+}
+
+std::string indexPage(const std::vector<ClassModel>& model) {
+  std::map<std::string, std::vector<const ClassModel*>> bySubsystem;
+  for (const auto& c : model) bySubsystem[noteOf(c.name).subsystem].push_back(&c);
+  std::ostringstream h;
+  h << pageHead("Counter register reference") << "<h1>Counter register reference</h1>\n<p>"
+    << model.size() << " registers and memories on " << knownChips().size()
+    << " chips. Each page shows a class's geometry, instance addresses, bit map and fields on "
+       "the chip and variant you choose, and decodes an entry you paste.</p>\n";
+  for (const auto& [subsystem, classes] : bySubsystem) {
+    h << "<h2>" << escapeHtml(subsystem) << "</h2>\n<table class=\"index\">\n"
+      << "<tr><th>class</th><th>kind</th><th>chips</th><th>what it holds</th></tr>\n";
+    for (const auto* c : classes)
+      h << "<tr><td><a href=\"" << c->name << ".html\">" << c->name << "</a></td><td>"
+        << (c->memory ? "memory" : "register") << "</td><td class=\"chips\">"
+        << escapeHtml(chipsText(*c)) << "</td><td>" << escapeHtml(noteOf(c->name).summary)
+        << "</td></tr>\n";
+    h << "</table>\n";
+  }
+  h << pageTail();
+  return h.str();
+}
+
+// The class as the page's script reads it: its field lists ("shapes", each
+// field with the other classes that have it) and its layouts, each naming
+// its shape.
+std::string classData(const ClassModel& c, const Shapes& shapes, const ClassesByField& byField) {
+  std::ostringstream text;
+  Json j(text);
+  j.beginObject()
+      .value("class", c.name)
+      .value("kind", c.memory ? "memory" : "register")
+      .beginArray("shapes");
+  for (const Layout* l : shapes.first) {
+    j.beginObject().value("widthWords", static_cast<unsigned>(l->widthWords)).beginArray("fields");
+    for (std::size_t i = 0; i < l->fields.size(); ++i) {
+      writeFieldKeys(j.beginObject(), l->fields[i]);
+      writeViewKeys(j, l->fields, l->views[i]);
+      j.beginArray("alsoIn");
+      for (const auto& other : byField.at(l->fields[i].id))
+        if (other != c.name) j.value(nullptr, other);
+      j.endArray().endObject();
+    }
+    j.endArray().endObject();
+  }
+  j.endArray().beginArray("layouts");
+  for (std::size_t i = 0; i < c.layouts.size(); ++i) {
+    writeGeometryKeys(j.beginObject(), c.layouts[i]);
+    j.value("shape", static_cast<unsigned long long>(shapes.of[i])).endObject();
+  }
+  j.endArray().endObject().finish();
+  // Names are identifiers, but nothing in the data may close the script element.
+  std::string out = text.str();
+  for (std::size_t at = 0; (at = out.find("</", at)) != std::string::npos; at += 3)
+    out.replace(at, 2, "<\\/");
+  return out;
+}
+
+std::string classPage(const ClassModel& c, const ClassesByField& byField) {
+  const Shapes shapes = shapesOf(c);
+  const ClassNote note = noteOf(c.name);
+  std::ostringstream h;
+  h << pageHead(c.name) << "<h1>" << c.name << "</h1>\n<p class=\"sub\">"
+    << (c.memory ? "memory" : "register") << " in " << escapeHtml(note.subsystem) << ": "
+    << escapeHtml(note.summary) << "<br>on " << escapeHtml(chipsText(c)) << "</p>\n"
+    << "<p class=\"pick\"><label>chip <select id=\"chip\"></select></label>\n"
+       "<label>variant <select id=\"variant\"></select></label></p>\n"
+       "<noscript><p>The tables, bit map and decoder need JavaScript.</p></noscript>\n"
+       "<h2>Geometry</h2>\n<table id=\"geometry\"></table>\n"
+       "<h2>Instances</h2>\n<table id=\"instances\"></table>\n<p id=\"address-rule\"></p>\n"
+       "<h2>Bit map</h2>\n<div id=\"bitmap\"></div>\n";
+  for (std::size_t k = 0; k < shapes.first.size(); ++k)
+    h << "<template id=\"shape-" << k << "\">\n"
+      << layoutSvg(shapes.first[k]->fields, shapes.first[k]->widthWords, "", "") << "</template>\n";
+  h << "<h2>Fields</h2>\n<table id=\"fields\"></table>\n"
+       "<h2>Decode</h2>\n<p>Paste the entry's bytes in buffer order, byte 0 (bits 0..7) "
+       "first, as a hex dump shows them: <code>01 02 03 04</code>, <code>01:02:03:04</code> or "
+       "<code>0x01020304</code>. Shorter input is completed with zero bytes.</p>\n"
+       "<textarea id=\"hex\" rows=\"3\" spellcheck=\"false\" "
+       "placeholder=\"01 00 00 00 ff ff ff ff\"></textarea>\n"
+       "<p id=\"decode-note\"></p>\n<table id=\"decoded\"></table>\n<p id=\"decode-after\"></p>\n"
+       "<script type=\"application/json\" id=\"class-data\">\n"
+    << classData(c, shapes, byField) << "</script>\n"
+    << pageTail();
+  return h.str();
+}
+
+// search.js: the classes and fields that the search box on every page filters.
+std::string searchIndex(const std::vector<ClassModel>& model, const ClassesByField& byField) {
+  std::ostringstream text;
+  text << "// Generated by tessel-counters site: the names the search box filters.\n"
+          "const TC_INDEX = ";
+  Json j(text);
+  j.beginObject().beginArray("classes");
+  for (const auto& c : model)
+    j.beginObject()
+        .value("name", c.name)
+        .value("kind", c.memory ? "memory" : "register")
+        .value("summary", noteOf(c.name).summary)
+        .endObject();
+  j.endArray().beginArray("fields");
+  for (const auto& [id, classes] : byField) {
+    j.beginObject()
+        .value("name", Hardware::fieldIdAccessorName(id))
+        .value("hardwareName", Hardware::fieldIdName(id))
+        .beginArray("classes");
+    for (const auto& cls : classes) j.value(nullptr, cls);
+    j.endArray().endObject();
+  }
+  j.endArray().endObject();
+  text << ";\n";
+  return text.str();
+}
+
+void writeFile(const std::filesystem::path& dir, const std::string& name, const std::string& text) {
+  const auto path = dir / name;
+  std::ofstream out(path, std::ios::binary);
+  if (out) out << text;
+  if (!out) fail("cannot write '" + path.string() + "': " + std::strerror(errno));
+}
+
+}  // namespace
+
+int cmdSite(const Args& a) {
+  if (a.positional.size() != 1)
+    fail("site takes one DIR, the folder to write the site into (made if missing)");
+  const std::filesystem::path dir = a.positional[0];
+  std::error_code error;
+  std::filesystem::create_directories(dir, error);
+  if (error || !std::filesystem::is_directory(dir))
+    fail("cannot make the folder '" + dir.string() +
+         "': " + (error ? error.message() : std::string("a file of that name is in the way")));
+  const auto model = catalogueModel({});
+  const auto byField = classesByField(model);
+  for (const auto& asset : siteAssets()) writeFile(dir, asset.name, asset.text);
+  writeFile(dir, "search.js", searchIndex(model, byField));
+  writeFile(dir, "index.html", indexPage(model));
+  for (const auto& c : model) writeFile(dir, c.name + ".html", classPage(c, byField));
+  std::cout << "wrote " << siteAssets().size() + 2 + model.size() << " files to " << dir.string()
+            << "; open " << (dir / "index.html").string() << "\n";
+  return 0;
+}
+
+}  // namespace Tool

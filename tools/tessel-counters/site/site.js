@@ -1,0 +1,242 @@
+// The reference site's pages at work: the search box of every page, and on a
+// class page the chip and variant choice, the tables and bit map of that
+// layout, and the decoder. Plain DOM; nothing is fetched.
+"use strict";
+
+const TC = (() => {
+  const $ = (id) => document.getElementById(id);
+
+  function el(tag, attrs, ...children) {
+    const e = document.createElement(tag);
+    for (const [k, v] of Object.entries(attrs || {})) e.setAttribute(k, v);
+    e.append(...children);
+    return e;
+  }
+  const link = (href, text) => el("a", { href }, text);
+  const cell = (c, tag) => (c instanceof Node ? c : el(tag, {}, String(c)));
+  const row = (cells, tag = "td") => el("tr", {}, ...cells.map((c) => cell(c, tag)));
+  const num = (text) => el("td", { class: "n" }, String(text));
+  const mono = (text) => el("td", { class: "mono" }, String(text));
+  const hex = (n) => "0x" + n.toString(16);
+  const range = (first, last) => (first === last ? String(first) : first + ".." + last);
+
+  // ---- Search: a part of a name in any case, or a glob with * and ? over the whole name.
+  function matcher(pattern) {
+    if (!/[*?]/.test(pattern)) return (name) => name.toLowerCase().includes(pattern.toLowerCase());
+    const glob = pattern.replace(/[.+^${}()|[\]\\]/g, "\\$&").replace(/\*/g, ".*").replace(/\?/g, ".");
+    const re = new RegExp("^" + glob + "$", "i");
+    return (name) => re.test(name);
+  }
+
+  function showResults() {
+    const pattern = $("search").value.trim(), out = $("results");
+    out.replaceChildren();
+    if (!pattern) return;
+    const match = matcher(pattern);
+    const classes = TC_INDEX.classes.filter((c) => match(c.name));
+    const fields = TC_INDEX.fields.filter((f) => match(f.name) || match(f.hardwareName));
+    const items = classes.map((c) => el("li", {}, link(c.name + ".html", c.name), ` ${c.kind}: ${c.summary}`));
+    for (const f of fields) {
+      const places = f.classes.flatMap((c, i) => [i ? ", " : "", link(`${c}.html#field=${f.name}`, c)]);
+      items.push(el("li", {}, el("code", {}, f.name), ` (${f.hardwareName}) in `, ...places));
+    }
+    const shown = 200;
+    const count = (n, one, many) => `${n} ${n === 1 ? one : many}`;
+    out.append(`${count(classes.length, "class", "classes")} and ${count(fields.length, "field", "fields")} match` +
+               (items.length > shown ? `; the first ${shown} shown` : ""), el("ul", {}, ...items.slice(0, shown)));
+  }
+
+  // ---- Decoding, by the rules of `tessel-counters decode`.
+  const HEX_FORM = "give the bytes in buffer order, byte 0 first, as pairs of hex digits, " +
+                   "e.g. '0x01020304', '01 02 03 04' or '01:02:03:04'";
+
+  // The entry's bytes from a hex dump; throws Error with the tool's message.
+  function parseHex(text, size, where) {
+    const shown = text.trim().split(/\s+/).join(" ");
+    const bad = (why) => { throw new Error(`bad HEX '${shown}': ${why}; ${HEX_FORM}`); };
+    const bytes = [];
+    for (let group of text.split(/[\s:]+/).filter(Boolean)) {
+      if (/^0x/i.test(group)) group = group.slice(2);
+      if (!group) bad("'0x' without digits");
+      const wrong = group.match(/[^0-9a-fA-F]/);
+      if (wrong) bad(`'${wrong[0]}' is not a hex digit`);
+      if (group.length % 2) bad(`'${group}' is not a whole number of bytes (odd count of digits)`);
+      for (let k = 0; k < group.length; k += 2) bytes.push(parseInt(group.slice(k, k + 2), 16));
+    }
+    if (!bytes.length) bad("no bytes");
+    if (bytes.length > size) {
+      const words = size / 4 === 1 ? "1 word" : `${size / 4} words`;
+      throw new Error(`HEX has ${bytes.length} bytes, but ${where} is ${size} bytes (${words}); ` +
+                      `give at most ${size} bytes, byte 0 first`);
+    }
+    const n = bytes.length;
+    const note = n < size ? `HEX has ${n} of ${size} bytes; bytes ${n}..${size - 1} are taken as 00` : "";
+    while (bytes.length < size) bytes.push(0);
+    return { bytes, note };
+  }
+
+  const bit = (bytes, k) => (bytes[k >> 3] >> (k & 7)) & 1;
+
+  function fieldValue(bytes, f) {
+    let v = 0n;
+    for (let k = f.offset + f.width - 1; k >= f.offset; --k) v = (v << 1n) | BigInt(bit(bytes, k));
+    return v;
+  }
+
+  // Every field's value on a shape, views with their depth, and the set bits outside every field.
+  function decode(shape, text, where = "the entry") {
+    const { bytes, note } = parseHex(text, 4 * shape.widthWords, where);
+    const byName = new Map(shape.fields.map((f) => [f.name, f]));
+    const depth = (f) => (f.viewOf ? 1 + depth(byName.get(f.viewOf)) : 0);
+    const fields = shape.fields.map((f) => {
+      const v = fieldValue(bytes, f);
+      return { name: f.name, bits: range(f.offset, f.offset + f.width - 1), width: f.width,
+               hex: "0x" + v.toString(16).padStart(Math.max(1, Math.ceil(f.width / 4)), "0"),
+               decimal: v.toString(), depth: depth(f), viewOf: f.viewOf, overlaps: f.overlaps };
+    });
+    const covered = new Set();
+    for (const f of shape.fields) for (let k = f.offset; k < f.offset + f.width; ++k) covered.add(k);
+    const strayBits = [];
+    for (let k = 0; k < 8 * bytes.length; ++k) {
+      if (!bit(bytes, k) || covered.has(k)) continue;
+      const last = strayBits[strayBits.length - 1];
+      if (last && last.last + 1 === k) last.last = k; else strayBits.push({ first: k, last: k });
+    }
+    return { note, fields, strayBits };
+  }
+
+  // ---- A class page.
+  let data = null, layout = null;
+  const shapeOf = (l) => data.shapes[l.shape];
+  const has = (l, name) => shapeOf(l).fields.some((f) => f.name === name);
+  const shownField = () => new URLSearchParams(location.hash.slice(1)).get("field");
+  const stateHash = (l, field) => `#chip=${l.chip}&variant=${l.variant}` + (field ? `&field=${field}` : "");
+
+  // The layout that the page's address asks for: chip and variant, or the first with the field.
+  function fromHash() {
+    const want = new URLSearchParams(location.hash.slice(1));
+    const chip = want.get("chip"), variant = Number(want.get("variant")), field = want.get("field");
+    layout = data.layouts.find((l) => l.chip === chip && l.variant === variant) ||
+             data.layouts.find((l) => (!chip || l.chip === chip) && (!field || has(l, field))) || data.layouts[0];
+    render(field);
+  }
+
+  function fillSelectors() {
+    const chips = [...new Set(data.layouts.map((l) => l.chip))];
+    $("chip").replaceChildren(...chips.map((c) => el("option", { value: c }, c)));
+    $("chip").value = layout.chip;
+    const variants = data.layouts.filter((l) => l.chip === layout.chip).map((l) => l.variant);
+    $("variant").replaceChildren(...variants.map((v) => el("option", { value: v }, String(v))));
+    $("variant").value = layout.variant;
+  }
+
+  function geometryTable() {
+    const l = layout, rows = [["kind", data.kind], ["widthWords", `${l.widthWords} (${l.entryBytes} bytes)`],
+      ["arrayElements", l.arrayElements], ["elementStride", l.elementStride]];
+    if (data.kind === "memory") rows.push(["entries", l.entries], ["tableVariantCount", l.tableVariantCount]);
+    rows.push(["instanceCount", l.instanceCount], ["fieldCount", l.fieldCount],
+              ["address", `${l.address} (${hex(l.address)})`]);
+    $("geometry").replaceChildren(...rows.map(([k, v]) => row([el("th", {}, k), mono(v)])));
+  }
+
+  function instanceTable() {
+    const head = row(["instance", "subBlock", "block", "first address", "last address"], "th");
+    const rows = layout.instances.map((s) => row([num(s.identifier), num(s.subBlock), num(s.block),
+      num(`${s.firstAddress} (${hex(s.firstAddress)})`), num(`${s.lastAddress} (${hex(s.lastAddress)})`)]));
+    $("instances").replaceChildren(head, ...rows);
+    const memory = data.kind === "memory";
+    $("address-rule").textContent = `${memory ? "Entry t of array" : "Array"} element a of any instance lies at ` +
+      `address ${layout.address} + a \u00d7 ${layout.elementStride}${memory ? " + t" : ""}; ` +
+      "the instances differ in subBlock and block.";
+  }
+
+  // The other chips of the class where the field lies, grouped by its bits there.
+  function whereElse(name) {
+    const groups = new Map();
+    for (const l of data.layouts) {
+      const f = shapeOf(l).fields.find((g) => g.name === name);
+      if (!f || l.chip === layout.chip) continue;
+      const bits = range(f.offset, f.offset + f.width - 1);
+      if (!groups.has(bits)) groups.set(bits, new Map());
+      if (!groups.get(bits).has(l.chip)) groups.get(bits).set(l.chip, l);
+    }
+    const out = [];
+    for (const [bits, chips] of groups) {
+      out.push(out.length ? "; " : "", `bits ${bits}: `);
+      [...chips.values()].forEach((l, i) => out.push(i ? " " : "", link(stateHash(l, name), l.chip)));
+    }
+    return out;
+  }
+
+  function fieldTable(highlight) {
+    const head = row(["#", "field", "hardware name", "id", "bits", "width", "other chips", "other classes"], "th");
+    const rows = shapeOf(layout).fields.map((f, i) => {
+      const others = f.alsoIn.flatMap((c, k) => [k ? " " : "", link(`${c}.html#field=${f.name}`, c)]);
+      const r = row([num(i + 1), mono(f.name), mono(f.hardwareName),
+        num(f.id), num(range(f.offset, f.offset + f.width - 1)), num(f.width),
+        el("td", { class: "where" }, ...whereElse(f.name)), el("td", { class: "where" }, ...others)]);
+      r.id = "field-" + f.name;
+      if (f.name === highlight) r.className = "hit";
+      return r;
+    });
+    $("fields").replaceChildren(head, ...rows);
+  }
+
+  function showDecoded() {
+    const note = $("decode-note"), table = $("decoded"), after = $("decode-after");
+    note.className = "";
+    [note, table, after].forEach((e) => e.replaceChildren());
+    if (!$("hex").value.trim()) return;
+    let result;
+    try {
+      result = decode(shapeOf(layout), $("hex").value, `${data.class} on ${layout.chip} variant ${layout.variant}`);
+    } catch (e) {
+      note.className = "error";
+      note.textContent = e.message;
+      return;
+    }
+    note.textContent = result.note;
+    table.append(row(["bits", "width", "field", "hex", "decimal", ""], "th"));
+    for (const f of result.fields) {
+      const name = el("td", { class: "mono", style: `padding-left: ${8 + 16 * f.depth}px` }, f.name);
+      const overlaps = f.overlaps ? "overlaps " + f.overlaps.join(", ") : "";
+      table.append(row([num(f.bits), num(f.width), name, mono(f.hex), num(f.decimal), overlaps]));
+    }
+    const lines = [];
+    if (result.fields.some((f) => f.viewOf || f.overlaps))
+      lines.push("indented fields are views of bits of the field above them");
+    if (result.strayBits.length)
+      lines.push("set bits outside every field: " + result.strayBits.map((s) => range(s.first, s.last)).join(", "));
+    after.textContent = lines.join("\n");
+  }
+
+  function render(highlight) {
+    fillSelectors();
+    geometryTable();
+    instanceTable();
+    $("bitmap").replaceChildren($("shape-" + layout.shape).content.cloneNode(true));
+    fieldTable(highlight);
+    showDecoded();
+    const hit = highlight && $("field-" + highlight);
+    if (hit) hit.scrollIntoView({ block: "center" });
+  }
+
+  function startClassPage() {
+    data = JSON.parse($("class-data").textContent);
+    $("chip").addEventListener("change", () => {
+      const l = data.layouts.find((x) => x.chip === $("chip").value && x.variant === layout.variant) ||
+                data.layouts.find((x) => x.chip === $("chip").value);
+      location.hash = stateHash(l, shownField());
+    });
+    $("variant").addEventListener("change", () => {
+      location.hash = stateHash({ chip: layout.chip, variant: $("variant").value }, shownField());
+    });
+    $("hex").addEventListener("input", showDecoded);
+    window.addEventListener("hashchange", fromHash);
+    fromHash();
+  }
+
+  $("search").addEventListener("input", showResults);
+  if ($("class-data")) startClassPage();
+  return { decode, layout: () => layout, shape: () => shapeOf(layout) };
+})();
