@@ -15,12 +15,30 @@ void checkError(const Tool::UsageError& e) {
   FUZZ_CHECK(!e.message.empty() && e.message.find('\n') == std::string::npos);
 }
 
+// One of the real names half the time, so that the run gets past the names;
+// else any text.
+std::string nameFrom(FuzzedDataProvider& in, const std::vector<std::string>& real,
+                     std::size_t limit) {
+  if (real.empty() || in.ConsumeBool()) return in.ConsumeRandomLengthString(limit);
+  return real[in.ConsumeIntegralInRange<std::size_t>(0, real.size() - 1)];
+}
+
+std::vector<std::string> chipTexts() {
+  std::vector<std::string> out;
+  for (const auto chip : Tool::knownChips()) {
+    out.push_back(Tool::chipName(chip));
+    out.push_back(std::to_string(static_cast<unsigned>(chip)));
+  }
+  return out;
+}
+
 Tool::Target open(FuzzedDataProvider& in) {
-  const std::string cls = Tool::parseClass(in.ConsumeRandomLengthString(64), "classes(chip)");
-  const auto chip = Tool::parseChip(in.ConsumeRandomLengthString(16));
+  static const std::vector<std::string> classes = Tool::classNames(), chips = chipTexts();
+  const std::string cls = Tool::parseClass(nameFrom(in, classes, 64), "classes(chip)");
+  const auto chip = Tool::parseChip(nameFrom(in, chips, 16));
   const std::string variant = in.ConsumeRandomLengthString(8);
-  Tool::Target t = Tool::openTarget(cls, chip, in.ConsumeBool() ? &variant : nullptr, "variant",
-                                    nullptr);
+  Tool::Target t =
+      Tool::openTarget(cls, chip, in.ConsumeBool() ? &variant : nullptr, "variant", nullptr);
   FUZZ_CHECK(Hardware::chipTypeVariantValid(t.cls.c_str(), t.chip, t.variant));
   std::vector<U8> bytes;
   if (in.ConsumeBool()) {
@@ -34,16 +52,20 @@ Tool::Target open(FuzzedDataProvider& in) {
 }
 
 void useFields(FuzzedDataProvider& in, Tool::Target& t) {
+  std::vector<std::string> names;
+  for (const auto& f : Tool::fieldsOf(*t.object))
+    names.push_back(in.ConsumeBool() ? f.name : f.hardwareName);
   std::vector<Tool::Field> given;
   while (in.remaining_bytes() > 0 && given.size() < 4) {
-    const Tool::Field f = Tool::findField(t, in.ConsumeRandomLengthString(64));
+    const Tool::Field f = Tool::findField(t, nameFrom(in, names, 64));
     FUZZ_CHECK(t.object->isFieldValid(f.id));
     Tool::readField(*t.object, f);
     if (!in.ConsumeBool()) continue;
     Tool::checkDistinct(given, f);
     given.push_back(f);
-    Tool::writeField(t, f, Tool::parseFieldValue(in.ConsumeRandomLengthString(40), f.width,
-                                                 f.width > 64, f.name));
+    Tool::writeField(
+        t, f,
+        Tool::parseFieldValue(in.ConsumeRandomLengthString(40), f.width, f.width > 64, f.name));
   }
 }
 
