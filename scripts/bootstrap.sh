@@ -3,7 +3,7 @@
 # Packages already present are left alone, so a second run costs nothing.
 set -euo pipefail
 
-packages=(cmake g++ make python3 pkg-config googletest libgtest-dev libgmock-dev libbenchmark-dev)
+packages=(cmake g++ clang make python3 pkg-config googletest libgtest-dev libgmock-dev libbenchmark-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
