@@ -4,8 +4,8 @@
 set -euo pipefail
 
 # chromium (headless) runs the reference site's test in a real browser.
-packages=(cmake g++ make python3 python3-dev python3-jsonschema python3-pytest pkg-config googletest
-          libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev clang libclang-rt-14-dev chromium)
+packages=(cmake g++ clang make python3 python3-dev python3-jsonschema python3-pytest pkg-config
+          googletest libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev libclang-rt-14-dev chromium)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
