@@ -6,8 +6,9 @@
 Copies the source tree to ${TMPDIR:-/tmp}/tc-mutate, builds it once, then for
 each fault below: writes it into the copy, rebuilds, runs ctest (all tests
 but the install test, which builds nothing of the library's logic) and puts
-the file back. A fault is caught when the build's configure step rejects it
-(the generator's checks) or when a test fails; missed when everything passes.
+the file back. A fault is caught when the build rejects it (the generator's
+checks, or a build step that runs the tool) or when a test fails; missed when
+everything passes; "build" when the fault itself doesn't compile.
 Prints one line per fault and a summary. A developer's tool, not run by CI:
 a whole run rebuilds the library for every generator fault and takes a while.
 
@@ -187,8 +188,12 @@ def try_fault(tree, build, fault):
         with open(path, "w", encoding="utf-8") as f:
             f.write(changed)
         if not run(["cmake", "--build", build, "-j2"], build, log):
-            configure_error = "rejected" in open(log, encoding="utf-8", errors="replace").read()
-            return ("caught", ["generator rejects it"]) if configure_error else ("build", [log])
+            text = open(log, encoding="utf-8", errors="replace").read()
+            if "rejected" in text:
+                return "caught", ["generator rejects it"]
+            if "error:" in text:
+                return "build", [log]  # the fault doesn't compile: fix its text
+            return "caught", ["a step of the build that runs the tool fails"]
         if run(["ctest", "-j2", "-E", "installed_package", "--output-on-failure"], build, log):
             return "missed", []
         return "caught", failing_tests(log)[:4]
