@@ -60,6 +60,9 @@ TEST(Variants, TrapObjectShiftOnItsOwnVariantAtItsOwnAddress) {
   EtppbCfgTrapObjShift::WithStorage third(ChipType::BCM88690_B0, 3);
   EXPECT_ASSERTION(third.cfgTrapObj4ShiftOffset(), "variant_ == 4");
   EXPECT_ASSERTION(third.fieldOffset(FieldIds::CFG_TRAP_OBJ_4_SHIFT), "variant_ == 4");
+  // A field of several other variants of the chip (interfaces 4 to 7) stops at "0".
+  CrpsIfAdapterCgmIrppCfg::WithStorage firstInterface(ChipType::BCM88690_B0, 0);
+  EXPECT_ASSERTION(firstInterface.cgmIrpp4ExpansionSelectAOffset(), "0");
 }
 
 // The table seen whole holds every entry's bits; an entry's second name reads
