@@ -294,9 +294,9 @@ class Emitter:
 
     def row_switch(self, o, layout):
         """rowOf: a switch on the chip, then the variant. Where every chip has
-        the class on one and the same variant, the chip's arm only names the
-        row, so that the switch becomes a table, and one test of the variant
-        follows."""
+        the class on one and the same variant, every arm of the chip switch,
+        the default too, only names the row, so that the compiler makes the
+        switch one load from a table, and one test of the variant follows."""
         groups = chip_groups(layout.row_of)
         variants = {v for _, vmap in groups for v in vmap}
         one_variant = len(variants) == 1 and all(len(vmap) == 1 for _, vmap in groups)
@@ -321,12 +321,14 @@ class Emitter:
                 self.variant_arms(o, vmap)
             o.dedent()
         o("default:")
-        o("  return tc::kNoRow;")
+        o("  row = tc::kNoRow;" if one_variant else "  return tc::kNoRow;")
+        if one_variant:
+            o("  break;")
         o.dedent()
         o("}")
         if one_variant:
             v = variants.pop()
-            o(f"return variant == {v} ? row : tc::noRowBut({v});")
+            o(f"return row < 0 || variant == {v} ? row : tc::noRowBut({v});")
         o.dedent()
         o("}")
         o()
