@@ -86,21 +86,78 @@ namespace BitsImpl {
   return readWindow(buf, len, off, 32) | readWindow(buf, len, off + 32, n - 32) << 32;
 }
 
+// Reads nbits > 64 bits at bit off of src into bits 0.. of dst: a word of the
+// destination at a time, each from one load of 8 source bytes and the byte
+// after them. Bits of dst past nbits stay.
+[[gnu::always_inline]] inline void readWide(U8* dst, const U8* src, int srcLen, int nbits, int off) {
+  const U8* p = src + (off >> 3);
+  const int shift = off & 7;
+  for (int bit = 0, rest = srcLen - (off >> 3); bit < nbits; bit += 64, p += 8, rest -= 8) {
+    U64 word = loadBytes(p, rest < 8 ? rest : 8) >> shift;
+    if (shift != 0 && rest > 8) word |= static_cast<U64>(p[8]) << (64 - shift);
+    U8* q = dst + (bit >> 3);
+    const int n = nbits - bit < 64 ? nbits - bit : 64;
+    if (n == 64) {
+      std::memcpy(q, &word, 8);
+    } else {
+      const int bytes = (n + 7) >> 3;
+      const U64 mask = lowBits(n);
+      storeBytes(q, bytes, (loadBytes(q, bytes) & ~mask) | (word & mask));
+    }
+  }
+}
+
+// Writes bits 0 .. nbits - 1 > 64 of src at bit off of dst: in pieces of 8
+// bytes of the destination that share no byte, each made of two source words
+// shifted together; only the first and last piece keep bits of dst.
+[[gnu::always_inline]] inline void writeWide(U8* dst, const U8* src, int srcLen, int nbits, int off) {
+  U8* p = dst + (off >> 3);
+  const int shift = off & 7;
+  const int total = shift + nbits;  // bits from p's bit 0 to the field's end
+  for (int j = 0; 64 * j < total; ++j, p += 8) {
+    // Source word i: the field's bits 64 i .. 64 i + 63, of which the last
+    // word may have fewer bytes.
+    const auto sourceWord = [&](int i) {
+      const int have = srcLen - 8 * i;
+      return loadBytes(src + 8 * i, have < 8 ? have : 8);
+    };
+    U64 word = 64 * j < nbits ? sourceWord(j) << shift : 0;
+    if (j > 0 && shift != 0) word |= sourceWord(j - 1) >> (64 - shift);
+    const int high = total - 64 * j < 64 ? total - 64 * j : 64;
+    const U64 mask = lowBits(high) & (~U64{0} << (j == 0 ? shift : 0));
+    if (mask == ~U64{0}) {
+      std::memcpy(p, &word, 8);
+    } else {
+      const int bytes = (high + 7) >> 3;
+      storeBytes(p, bytes, (loadBytes(p, bytes) & ~mask) | (word & mask));
+    }
+  }
+}
+
 }  // namespace BitsImpl
 
 // Copies nbits bits from src bit srcBitOffset + i to dst bit dstBitOffset + i.
 // Every other bit of dst stays as it was. The caller keeps both ranges inside
 // their lengths. Bits that lie within 8 bytes on both sides take a load from
-// each side and a store; whole bytes on both sides are copied as bytes. Any
-// other field is written in pieces of 8 bytes of the destination, counted
-// from its first byte, that share no byte, so that no piece reloads a byte
-// the one before it has just stored.
+// each side and a store; a wide field read into bit 0 of a value, or written
+// from one, goes a word of the value at a time; whole bytes on both sides are
+// copied as bytes. Any other field is written in pieces of 8 bytes of the
+// destination, counted from its first byte, that share no byte, so that no
+// piece reloads a byte the one before it has just stored.
 [[gnu::always_inline]] inline void copyBits(U8* dst, int dstLen, const U8* src, int srcLen,
                                             int nbits, int dstBitOffset, int srcBitOffset) {
   using namespace BitsImpl;
   if (nbits <= 0) return;
   if ((srcBitOffset & 7) + nbits <= 64 && (dstBitOffset & 7) + nbits <= 64) {
     writeWindow(dst, dstLen, dstBitOffset, nbits, readWindow(src, srcLen, srcBitOffset, nbits));
+    return;
+  }
+  if (nbits > 64 && dstBitOffset == 0) {
+    readWide(dst, src, srcLen, nbits, srcBitOffset);
+    return;
+  }
+  if (nbits > 64 && srcBitOffset == 0) {
+    writeWide(dst, src, srcLen, nbits, dstBitOffset);
     return;
   }
   if (((nbits | dstBitOffset | srcBitOffset) & 7) == 0) {
