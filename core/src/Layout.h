@@ -126,7 +126,15 @@ struct ClassInfo {
   int (*fieldOf)(U32 id);  // index in fields, -1 for an identifier the class lacks
   const Indexed* indexed;
   BlockFunction block;
+  const U16* nameSlots;  // field index + 1 by nameSlot of its key, 0 for none
+  U16 nameSlotMask;      // slots - 1, a power of two less one
 };
+
+// The first slot of a name's key in a table of mask + 1 slots; the
+// generator fills the tables with the same function.
+inline unsigned nameSlot(U32 key, unsigned mask) {
+  return (key * 0x9E3779B1u) >> 16 & mask;
+}
 
 // The operations whose names appear in trace lines and fatal checks.
 enum class Op : U8 {
