@@ -4,7 +4,6 @@
 #include <TesselCounters/Factory.h>
 
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <ostream>
 #include <unordered_map>
@@ -27,6 +26,13 @@ using ValidMap =
                        std::equal_to<Larch::String>,
                        Larch::Allocator<std::pair<const Larch::String, ValidFunction>>>;
 
+// Whether two names of a map share a bucket; bucketSize(b) is the size of bucket b.
+bool anyShared(std::size_t buckets, const std::function<std::size_t(std::size_t)>& bucketSize) {
+  for (std::size_t b = 0; b < buckets; ++b)
+    if (bucketSize(b) > 1) return true;
+  return false;
+}
+
 // Spreads the names over enough buckets that none shares one. A lookup then
 // hashes the name once and compares it once: in a shared bucket it would
 // also hash each name ahead of the one it looks for, since the nodes don't
@@ -34,33 +40,44 @@ using ValidMap =
 // buckets comes out the same on every run. The growth stops at a thousand
 // buckets a name, so that two names of one hash code would only share a
 // bucket (a lookup stays right, just slower), not grow it without end.
-template <typename Map>
-Map spreadOverBuckets(Map map) {
-  const auto shared = [&map] {
-    for (std::size_t b = 0; b < map.bucket_count(); ++b)
-      if (map.bucket_size(b) > 1) return true;
-    return false;
-  };
-  while (shared() && map.bucket_count() < 1024 * map.size()) map.rehash(2 * map.bucket_count());
+void spreadOverBuckets(ObjMap& map) {
+  const auto size = [&map](std::size_t b) { return map.bucket_size(b); };
+  while (anyShared(map.bucket_count(), size) && map.bucket_count() < 1024 * map.size())
+    map.rehash(2 * map.bucket_count());
+}
+
+void spreadOverBuckets(ValidMap& map) {
+  const auto size = [&map](std::size_t b) { return map.bucket_size(b); };
+  while (anyShared(map.bucket_count(), size) && map.bucket_count() < 1024 * map.size())
+    map.rehash(2 * map.bucket_count());
+}
+
+// The classes as data: a row of constants each, however many there are, so
+// that this unit's code doesn't grow with the catalogue.
+struct Entry {
+  const char* name;
+  std::shared_ptr<Orrery::AsicBase> (*make)(Hardware::ChipType, U8);
+  bool (*valid)(Hardware::ChipType, U8);
+};
+
+#define TC_FACTORY_ENTRY(X) {#X, &TesselCounters::make##X, &TesselCounters::valid##X},
+const Entry kEntries[] = {
+#include "FactoryEntries.inc"
+};
+#undef TC_FACTORY_ENTRY
+
+ObjMap buildObjMap() {
+  ObjMap map;
+  for (const Entry& entry : kEntries) map.emplace(entry.name, entry.make);
+  spreadOverBuckets(map);
   return map;
 }
 
-ObjMap buildObjMap() {
-#define TC_FACTORY_ENTRY(X) {#X, &TesselCounters::make##X},
-  const std::pair<const Larch::String, ObjFunction> entries[] = {
-#include "FactoryEntries.inc"
-  };
-#undef TC_FACTORY_ENTRY
-  return spreadOverBuckets(ObjMap(std::begin(entries), std::end(entries), 0));
-}
-
 ValidMap buildValidMap() {
-#define TC_FACTORY_ENTRY(X) {#X, &TesselCounters::valid##X},
-  const std::pair<const Larch::String, ValidFunction> entries[] = {
-#include "FactoryEntries.inc"
-  };
-#undef TC_FACTORY_ENTRY
-  return spreadOverBuckets(ValidMap(std::begin(entries), std::end(entries), 0));
+  ValidMap map;
+  for (const Entry& entry : kEntries) map.emplace(entry.name, entry.valid);
+  spreadOverBuckets(map);
+  return map;
 }
 
 }  // namespace
