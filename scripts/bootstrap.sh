@@ -3,9 +3,11 @@
 # Packages already present are left alone, so a second run costs nothing.
 set -euo pipefail
 
-# chromium (headless) runs the reference site's test in a real browser.
+# chromium (headless) runs the reference site's test in a real browser;
+# abigail-tools compares the interface of two builds (abidiff).
 packages=(cmake g++ clang make python3 python3-dev python3-jsonschema python3-pytest pkg-config
-          googletest libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev libclang-rt-14-dev chromium)
+          googletest libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev libclang-rt-14-dev chromium
+          abigail-tools)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
