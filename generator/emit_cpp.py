@@ -421,7 +421,7 @@ class Emitter:
         o(f"    {len(layout.rows)}, kRows, rowOf,")
         o(f"    {len(k.fields)}, kFields, kCells, fieldOf,")
         o(f"    {indexed}, TesselCounters::BlockMap::{k.block},")
-        o(f"    kNameSlots, {len(name_slots([f.name for f in k.fields])) - 1},")
+        o("    kNameSlots, sizeof(kNameSlots) / sizeof(kNameSlots[0]) - 1,")
         o("};")
         o()
 
