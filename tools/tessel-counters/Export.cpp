@@ -1,6 +1,7 @@
 // export: the catalogue for other tools, as JSON (format described by
 // catalogue.schema.json) or as a C header of one chip's constants.
 #include <cctype>
+#include <cstdio>
 #include <iostream>
 
 #include "Model.h"
@@ -75,11 +76,9 @@ std::string u(unsigned long long n) {
 }
 
 std::string maskText(unsigned width) {
-  static const char* const kDigits = "0123456789abcdef";
-  std::string hex;
-  for (unsigned bits = width; bits > 0; bits -= std::min(bits, 4u))
-    hex.insert(hex.begin(), kDigits[(1u << std::min(bits, 4u)) - 1u]);
-  return "0x" + hex + "ull";
+  char text[24];
+  std::snprintf(text, sizeof text, "0x%llxull", width >= 64 ? ~0ull : (1ull << width) - 1);
+  return text;
 }
 
 void headerLayout(const std::string& cls, bool memory, const Layout& l) {

@@ -315,6 +315,8 @@ std::string html(const Target& t, const Picture& p) {
   return h.str();
 }
 
+}  // namespace
+
 void writeOut(const std::string& path, const std::string& text) {
   if (path == "-") {
     std::cout << text;
@@ -324,8 +326,6 @@ void writeOut(const std::string& path, const std::string& text) {
   if (out) out << text;
   if (!out) fail("cannot write '" + path + "': " + std::strerror(errno));
 }
-
-}  // namespace
 
 int cmdMap(const Args& a) {
   if (a.positional.size() > 1)

@@ -18,4 +18,8 @@ std::string layoutSvg(const std::vector<Field>& fields, unsigned words, const st
 // The text with &, <, > and " written as HTML (and XML) entities.
 std::string escapeHtml(const std::string& s);
 
+// Writes the text to the file at `path`, or to standard output for "-";
+// stops with "cannot write 'PATH': REASON".
+void writeOut(const std::string& path, const std::string& text);
+
 }  // namespace Tool

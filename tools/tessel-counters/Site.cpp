@@ -4,10 +4,7 @@
 // model, bit maps drawn as `map` draws them); site.js shows the layout of the
 // chosen chip and variant and decodes a pasted entry.
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <map>
 #include <sstream>
@@ -217,10 +214,7 @@ std::string searchIndex(const std::vector<ClassModel>& model, const ClassesByFie
 }
 
 void writeFile(const std::filesystem::path& dir, const std::string& name, const std::string& text) {
-  const auto path = dir / name;
-  std::ofstream out(path, std::ios::binary);
-  if (out) out << text;
-  if (!out) fail("cannot write '" + path.string() + "': " + std::strerror(errno));
+  writeOut((dir / name).string(), text);
 }
 
 }  // namespace
