@@ -13,8 +13,8 @@ seconds=${1:-30}
 shift $(( $# > 0 ? 1 : 0 ))
 ./scripts/bootstrap.sh
 mkdir -p build-fuzz/artifacts
-CC=clang CXX=clang++ cmake -S . -B build-fuzz -DTC_BUILD_FUZZERS=ON -DTC_BUILD_TESTS=OFF -DTC_BUILD_PYTHON=OFF \
-  -DTC_BUILD_BENCH=OFF -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" \
+CXX=clang++ cmake -S . -B build-fuzz -DTC_BUILD_FUZZERS=ON -DTC_BUILD_TESTS=OFF -DTC_BUILD_PYTHON=OFF \
+  -DTC_BUILD_BENCH=OFF -DTC_WARNINGS_AS_ERRORS=ON -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1" \
   > build-fuzz/configure.log 2>&1 || { cat build-fuzz/configure.log; exit 1; }
 cmake --build build-fuzz -j 2
 
