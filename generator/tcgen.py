@@ -306,14 +306,68 @@ def class_list_source(cat):
     return o.text()
 
 
-def class_notes(cat):
-    """What the tool tells of a class beyond the library's answers: its subsystem
-    (the folder of accessors/) and its summary. Rows of a table, by class name."""
+def description_source(cat):
+    """The catalogue as constant data for the public description: chips, and
+    per class its kind, subsystem, summary, (chip, variant) pairs and fields."""
+    classes = sorted(cat.classes, key=lambda k: k.name.encode())
     o = Out()
     o(NOTE.format(src="the accessor catalogue").rstrip())
-    o("// {class, subsystem, summary}")
-    for k in sorted(cat.classes, key=lambda k: k.name.encode()):
-        o("{" + ", ".join(json.dumps(s) for s in (k.name, k.subsystem, k.summary)) + "},")
+    o("#include <TesselCounters/Description.h>")
+    o()
+    o("#include <cstring>")
+    o()
+    o("namespace Hardware {")
+    o("namespace {")
+    o()
+    o("using C = ChipType;")
+    o("using T = FieldType;")
+    o()
+    o("constexpr ChipDescription kChips[] = {")
+    o.items([f'{{C::{c.name}, "{c.name}"}}' for c in sorted(cat.chips.chips, key=lambda c: c.number)])
+    o("};")
+    chip_names = {c.number: c.name for c in cat.chips.chips}
+    for i, k in enumerate(classes):
+        o()
+        o(f"// {k.name}")
+        o(f"constexpr ChipVariant kPairs{i}[] = {{")
+        o.items([f"{{C::{chip_names[c]}, {v}}}" for c, v in sorted(k.rows)])
+        o("};")
+        o(f"constexpr FieldDescription kFields{i}[] = {{")
+        o.items([f"{{{f.id}, T::{f.type}}}" for f in sorted(k.fields, key=lambda f: f.id)])
+        o("};")
+    o()
+    o("constexpr ClassDescription kClasses[] = {")
+    for i, k in enumerate(classes):
+        kind = "Memory" if k.is_memory else "Register"
+        o(f"    {{{json.dumps(k.name)}, ClassKind::{kind}, {json.dumps(k.subsystem)},")
+        o(f"     {json.dumps(k.summary)},")
+        o(f"     kPairs{i}, {len(k.rows)}, kFields{i}, {len(k.fields)}}},")
+    o("};")
+    o()
+    o("constexpr CatalogueDescription kCatalogue = {")
+    o("    kChips, sizeof(kChips) / sizeof(kChips[0]), kClasses, sizeof(kClasses) / sizeof(kClasses[0])};")
+    o()
+    o("}  // namespace")
+    o()
+    o("const CatalogueDescription& catalogueDescription() { return kCatalogue; }")
+    o()
+    o("const ClassDescription* findClassDescription(const char* name) {")
+    o("  if (name == nullptr) return nullptr;")
+    o("  U32 lo = 0, hi = kCatalogue.classCount;")
+    o("  while (lo < hi) {")
+    o("    const U32 mid = lo + (hi - lo) / 2;")
+    o("    const int order = std::strcmp(kClasses[mid].name, name);")
+    o("    if (order == 0) return &kClasses[mid];")
+    o("    if (order < 0) {")
+    o("      lo = mid + 1;")
+    o("    } else {")
+    o("      hi = mid;")
+    o("    }")
+    o("  }")
+    o("  return nullptr;")
+    o("}")
+    o()
+    o("}  // namespace Hardware")
     return o.text()
 
 
@@ -329,6 +383,7 @@ def umbrella(cat):
     o("#include <TesselCounters/AccessorBase.h>")
     o("#include <TesselCounters/BlockMap.h>")
     o("#include <TesselCounters/Classes.h>")
+    o("#include <TesselCounters/Description.h>")
     o("#include <TesselCounters/Factory.h>")
     o("#include <TesselCounters/FieldIds.h>")
     o()
@@ -359,8 +414,8 @@ def outputs(cat):
     for i, chunk in enumerate(factory_chunks(cat)):
         files[f"src/FactoryMakers{i}.cpp"] = (lambda chunk=chunk: factory_makers(chunk))
     files["src/Classes.cpp"] = lambda: class_list_source(cat)
+    files["src/Description.cpp"] = lambda: description_source(cat)
     files["include/TesselCountersOrrery.h"] = lambda: umbrella(cat)
-    files["tool/ClassNotes.inc"] = lambda: class_notes(cat)
     for k in cat.classes:
         files[f"include/Hardware/{k.name}.h"] = (lambda k=k: emitter.header(k))
         files[f"src/{k.subsystem}/{k.name}.cpp"] = (lambda k=k: emitter.source(k))
