@@ -53,7 +53,7 @@ Tool::Target open(FuzzedDataProvider& in) {
 
 void useFields(FuzzedDataProvider& in, Tool::Target& t) {
   std::vector<std::string> names;
-  for (const auto& f : Tool::fieldsOf(*t.object))
+  for (const auto& f : Tool::fieldsOf(t))
     names.push_back(in.ConsumeBool() ? f.name : f.hardwareName);
   std::vector<Tool::Field> given;
   while (in.remaining_bytes() > 0 && given.size() < 4) {

@@ -22,10 +22,14 @@ def words(root, tool):
     from catalogue import Catalogue, accessor_name
     usage = subprocess.run([tool, "--help"], capture_output=True, text=True, check=True).stdout
     cat = Catalogue(root)
-    out = re.findall(r"tessel-counters (\w+)", usage) + re.findall(r"--\w+", usage)
+    out = re.findall(r"tessel-counters (\w+)", usage) + re.findall(r"--[\w-]+", usage)
     for chip in cat.chips.chips:
         out += [chip.name, str(chip.number)]
     out += [k.name for k in cat.classes]
+    for cells in cat.blocks.cells.values():  # block numbers that locate knows
+        for cell in cells.values():
+            if cell[0] == "list":
+                out += [str(b) for _, b in cell[1]]
     for name in cat.ids.by_name:
         out += [name, accessor_name(name)]
     return out + EDGES

@@ -12,6 +12,7 @@
 
 #include "Catalog.h"
 #include "Commands.h"
+#include "Locate.h"
 
 namespace py = pybind11;
 using Tool::Field;
@@ -93,12 +94,12 @@ py::bytes entry(const Target& t) {
 
 py::dict fields(const Target& t) {
   py::dict out;
-  for (const auto& f : Tool::fieldsOf(*t.object)) out[f.name.c_str()] = readValue(t, f);
+  for (const auto& f : Tool::fieldsOf(t)) out[f.name.c_str()] = readValue(t, f);
   return out;
 }
 
 py::dict layout(const Target& t) {
-  const auto rows = Tool::fieldsOf(*t.object);
+  const auto rows = Tool::fieldsOf(t);
   const auto views = Tool::viewsOf(rows);
   py::dict out;
   for (std::size_t i = 0; i < rows.size(); ++i) {
@@ -154,11 +155,28 @@ py::dict classes(const py::object& chip) {
       const auto v = Tool::variantsOf(cls, c);
       if (v.empty()) continue;
       variants[Tool::chipName(c).c_str()] = v;
-      if (kind.empty()) kind = Tool::kindOf(*Hardware::stringObj(cls.c_str(), c, v.front()));
+      kind = Tool::kindName(Tool::classOf(cls).kind);
     }
     if (!kind.empty())
       out[cls.c_str()] = py::dict(py::arg("kind") = kind, py::arg("variants") = variants);
   }
+  return out;
+}
+
+// What lies at an S-channel address, as tessel-counters locate --json lists it.
+py::list locate(const py::object& chip, const py::object& block, const py::object& address,
+                const py::object& subBlock) {
+  const std::string chipText = py::isinstance<py::str>(chip) ? chip.cast<std::string>()
+                                                             : intText(chip, "chip");
+  const std::string subBlockText = subBlock.is_none() ? "" : intText(subBlock, "sub_block");
+  const auto q = Tool::parseLocate(chipText, intText(block, "block"), intText(address, "address"),
+                                   subBlock.is_none() ? nullptr : &subBlockText);
+  py::list out;
+  for (const auto& l : q.run())
+    out.append(py::dict(py::arg("class") = l.cls, py::arg("variants") = l.variants,
+                        py::arg("instance") = l.instance, py::arg("subBlock") = l.subBlock,
+                        py::arg("arrayElement") = l.arrayElement,
+                        py::arg("tableEntry") = l.tableEntry));
   return out;
 }
 
@@ -214,7 +232,7 @@ PYBIND11_MODULE(tessel_counters, m) {
       .def("__dir__",
            [](const py::object& self) {
              py::list names = py::module_::import("builtins").attr("object").attr("__dir__")(self);
-             for (const auto& f : Tool::fieldsOf(*self.cast<const Target&>().object))
+             for (const auto& f : Tool::fieldsOf(self.cast<const Target&>()))
                names.append(f.name);
              return names;
            })
@@ -282,4 +300,9 @@ PYBIND11_MODULE(tessel_counters, m) {
       py::arg("class_name"), py::arg("chip"), py::arg("variant") = none, py::arg("instance") = 0,
       py::arg("entry") = 0, py::arg("array") = 0,
       "S-channel address, subBlock and block, as tessel-counters address.");
+  m.def("locate", &locate, py::arg("chip"), py::arg("block"), py::arg("address"),
+        py::arg("sub_block") = none,
+        "What lies at an S-channel address of the chip (name or number): a list of dicts with\n"
+        "'class', 'variants', 'instance', 'subBlock', 'arrayElement' and 'tableEntry', as\n"
+        "tessel-counters locate --json lists them; empty where nothing of the catalogue lies.");
 }

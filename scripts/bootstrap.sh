@@ -7,7 +7,7 @@ set -euo pipefail
 # abigail-tools compares the interface of two builds (abidiff).
 packages=(cmake g++ clang make python3 python3-dev python3-jsonschema python3-pytest pkg-config
           googletest libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev libclang-rt-14-dev chromium
-          abigail-tools)
+          abigail-tools nlohmann-json3-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

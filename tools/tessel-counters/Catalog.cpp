@@ -3,24 +3,8 @@
 #include <algorithm>
 #include <cctype>
 #include <iostream>
-#include <map>
-#include <mutex>
 
 namespace Tool {
-
-std::vector<Hardware::ChipType> knownChips() {
-  std::vector<Hardware::ChipType> out;
-  for (int n = 0; n < 256; ++n) {
-    const auto chip = static_cast<Hardware::ChipType>(n);
-    if (Hardware::chipTypeName(chip) != nullptr) out.push_back(chip);
-  }
-  return out;
-}
-
-std::string chipName(Hardware::ChipType chip) {
-  const char* name = Hardware::chipTypeName(chip);
-  return name ? name : "chip " + std::to_string(static_cast<unsigned>(chip));
-}
 
 namespace {
 
@@ -56,31 +40,12 @@ std::string closest(const std::string& wanted, const std::vector<std::string>& n
 
 }  // namespace
 
-std::string chipsOfClass(const std::string& cls) {
-  std::string where;
-  for (auto c : knownChips())
-    if (!variantsOf(cls, c).empty()) where += (where.empty() ? "" : ", ") + chipName(c);
-  return where;
-}
-
-std::string chipList() {
-  std::string out;
-  for (auto chip : knownChips()) out += (out.empty() ? "" : ", ") + chipName(chip);
-  return out;
-}
-
 Hardware::ChipType parseChip(const std::string& text) {
   for (auto chip : knownChips()) {
     if (upper(text) == chipName(chip) || text == std::to_string(static_cast<unsigned>(chip)))
       return chip;
   }
   fail("unknown chip '" + text + "'; known chips: " + chipList());
-}
-
-std::vector<std::string> classNames() {
-  std::vector<std::string> out;
-  for (U32 i = 0; const char* name = Hardware::accessorClassName(i); ++i) out.emplace_back(name);
-  return out;
 }
 
 std::string parseClass(const std::string& text, const std::string& lister) {
@@ -93,58 +58,25 @@ std::string parseClass(const std::string& text, const std::string& lister) {
   fail(message, ErrorKind::UnknownName);
 }
 
-std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip) {
-  std::vector<U8> out;
-  for (int v = 0; v < 256; ++v)
-    if (Hardware::chipTypeVariantValid(cls.c_str(), chip, static_cast<U8>(v)))
-      out.push_back(static_cast<U8>(v));
-  return out;
-}
-
-std::string variantText(const std::vector<U8>& variants) {
-  std::string out;
-  for (std::size_t i = 0; i < variants.size();) {
-    std::size_t j = i;
-    while (j + 1 < variants.size() && variants[j + 1] == variants[j] + 1) ++j;
-    out += (out.empty() ? "" : ", ") + std::to_string(variants[i]);
-    if (j > i) out += "-" + std::to_string(variants[j]);
-    i = j + 1;
-  }
-  return out;
-}
-
 std::string Target::where() const {
   return chipName(chip) + " variant " + std::to_string(static_cast<unsigned>(variant));
 }
 
-namespace {
-
-bool valid(const std::string& cls, Hardware::ChipType chip, int variant) {
-  return Hardware::chipTypeVariantValid(cls.c_str(), chip, static_cast<U8>(variant));
-}
-
-// The class's first variant on the chip from `from` on, or 256 if none.
-int firstVariant(const std::string& cls, Hardware::ChipType chip, int from) {
-  while (from < 256 && !valid(cls, chip, from)) ++from;
-  return from;
-}
-
-}  // namespace
-
 Target openTarget(const std::string& cls, Hardware::ChipType chip, const std::string* variant,
                   const std::string& option, std::ostream* notes) {
-  const int first = firstVariant(cls, chip, 0);
-  if (first == 256)
+  const auto variants = variantsOf(cls, chip);
+  if (variants.empty())
     fail(cls + " does not exist on " + chipName(chip) + "; it exists on " + chipsOfClass(cls));
-  Target t{cls, chip, static_cast<U8>(first), nullptr};
+  Target t{cls, chip, variants.front(), nullptr};
   if (variant) {
     t.variant = static_cast<U8>(parseNumber(*variant, option, 255));
-    if (!valid(cls, chip, t.variant))
+    if (std::find(variants.begin(), variants.end(), t.variant) == variants.end())
       fail(cls + " has no variant " + *variant + " on " + chipName(chip) +
-           "; valid variants: " + variantText(variantsOf(cls, chip)));
-  } else if (notes && firstVariant(cls, chip, first + 1) < 256) {
-    *notes << "note: " << cls << " has variants " << variantText(variantsOf(cls, chip)) << " on "
-           << chipName(chip) << "; using variant " << first << " (choose with " << option << ")\n";
+           "; valid variants: " + variantText(variants));
+  } else if (notes && variants.size() > 1) {
+    *notes << "note: " << cls << " has variants " << variantText(variants) << " on "
+           << chipName(chip) << "; using variant " << unsigned{t.variant} << " (choose with "
+           << option << ")\n";
   }
   t.object = Hardware::stringObj(cls.c_str(), chip, t.variant);
   return t;
@@ -166,6 +98,10 @@ Target resolveTarget(const Args& args, const std::string& chipOption,
 
 std::string kindOf(const Orrery::AsicBase& object) {
   return object.isTable() ? "memory" : "register";
+}
+
+std::vector<Field> fieldsOf(const Target& target) {
+  return fieldsOf(target.cls, *target.object);
 }
 
 void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact) {
@@ -214,61 +150,14 @@ SchanAddress schanAddress(const Orrery::AsicBase& object, U32 instance, U32 entr
   return at;
 }
 
-namespace {
-
-Field fieldAt(const Orrery::AsicBase& object, U32 id) {
-  return {id, object.fieldOffset(id), object.fieldWidth(id), Hardware::fieldIdAccessorName(id),
-          Hardware::fieldIdName(id)};
-}
-
-}  // namespace
-
-const std::vector<U32>& allFieldIds() {
-  static const std::vector<U32> ids = [] {
-    std::vector<U32> out;
-    for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id)
-      if (Hardware::fieldIdName(id)) out.push_back(id);
-    return out;
-  }();
-  return ids;
-}
-
-std::vector<Field> fieldsOf(const Orrery::AsicBase& object) {
-  return fieldsOf(object, allFieldIds());
-}
-
-std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U32>& ids) {
-  std::vector<Field> rows;
-  for (U32 id : ids)
-    if (object.isFieldValid(id)) rows.push_back(fieldAt(object, id));
-  std::sort(rows.begin(), rows.end(), [](const Field& x, const Field& y) {
-    if (x.offset != y.offset) return x.offset < y.offset;
-    if (x.width != y.width) return x.width > y.width;  // aggregates before their elements
-    return x.id < y.id;
-  });
-  return rows;
-}
-
-namespace {
-
-// Every (chip, variant) of the class, with an accessor for each.
-template <typename F>
-void forEachPair(const std::string& cls, F&& visit) {
-  for (auto chip : knownChips())
-    for (U8 v : variantsOf(cls, chip)) visit(chip, v, *Hardware::stringObj(cls.c_str(), chip, v));
-}
-
-}  // namespace
-
 Field findField(const Target& target, const std::string& name) {
-  U32 id = 0;
-  for (U32 i = Hardware::FieldIds::kFirst; i <= Hardware::FieldIds::kLast && !id; ++i) {
-    const char* hw = Hardware::fieldIdName(i);
-    if (hw && (name == hw || name == Hardware::fieldIdAccessorName(i))) id = i;
-  }
-  if (id && target.object->isFieldValid(id)) return fieldAt(*target.object, id);
+  const auto* described = describedField(target.cls, name);
+  const U32 id = described ? described->id : fieldIdNamed(name);
+  if (described && target.object->isFieldValid(id))
+    return {id, target.object->fieldOffset(id), target.object->fieldWidth(id),
+            described->accessorName(), described->hardwareName()};
   // What the message names: the fields here, a close one, where the field is.
-  const auto here = fieldsOf(*target.object);
+  const auto here = fieldsOf(target);
   std::vector<std::string> names;
   for (const auto& f : here) names.push_back(f.name);
   const std::string valid =
@@ -280,9 +169,12 @@ Field findField(const Target& target, const std::string& name) {
          ErrorKind::UnknownName);
   }
   std::vector<std::string> elsewhere;
-  forEachPair(target.cls, [&](Hardware::ChipType chip, U8 v, const Orrery::AsicBase& o) {
-    if (o.isFieldValid(id)) elsewhere.push_back(chipName(chip) + " variant " + std::to_string(v));
-  });
+  const auto& cls = classOf(target.cls);
+  for (U32 i = 0; i < cls.pairCount; ++i) {
+    const auto [chip, v] = cls.pairs[i];
+    if (Hardware::stringObj(cls.name, chip, v)->isFieldValid(id))
+      elsewhere.push_back(chipName(chip) + " variant " + std::to_string(v));
+  }
   if (elsewhere.empty())
     fail(target.cls + " has no field '" + name + "'" + valid, ErrorKind::UnknownName);
   fail("field '" + name + "' of " + target.cls + " is not on " + target.where() + " (it is on " +
@@ -301,45 +193,6 @@ void checkDistinct(const std::vector<Field>& given, const Field& field) {
   }
 }
 
-namespace {
-
-// Field id -> its widest width over the class's chips and variants. Each class
-// is walked once per process: the catalogue doesn't change while it runs, and
-// a script that sets fields one by one would walk it on every write.
-const std::map<U32, unsigned>& widestWidths(const std::string& cls) {
-  static std::mutex lock;
-  static std::map<std::string, std::map<U32, unsigned>> known;
-  const std::lock_guard<std::mutex> hold(lock);
-  if (const auto it = known.find(cls); it != known.end()) return it->second;
-  auto& widest = known[cls];
-  forEachPair(cls, [&](Hardware::ChipType, U8, const Orrery::AsicBase& o) {
-    for (U32 id = Hardware::FieldIds::kFirst; id <= Hardware::FieldIds::kLast; ++id)
-      widest[id] = std::max<unsigned>(widest[id], o.fieldWidth(id));
-  });
-  return widest;
-}
-
-}  // namespace
-
-bool isRawField(const std::string& cls, U32 id) {
-  const auto& widest = widestWidths(cls);
-  const auto it = widest.find(id);
-  return it != widest.end() && it->second > 64;
-}
-
-std::vector<U8> readField(const Orrery::AsicBase& object, const Field& field) {
-  // The library hands out a field 64 bits at a time; a field of up to 64 bits
-  // is the whole answer of word 0.
-  std::vector<U8> value;
-  const unsigned words = (field.width + 63u) / 64u;
-  for (unsigned w = 0; w < words; ++w) {
-    const U64 part = object.stringField(field.name.c_str(), static_cast<U16>(w));
-    for (int b = 0; b < 8; ++b) value.push_back(static_cast<U8>(part >> (8 * b)));
-  }
-  value.resize((field.width + 7u) / 8u);
-  return value;
-}
-
 void writeField(Target& target, const Field& field, const std::vector<U8>& value) {
   if (!isRawField(target.cls, field.id)) {
     U64 v = 0;
@@ -352,25 +205,6 @@ void writeField(Target& target, const Field& field, const std::vector<U8>& value
   // the library says the field lies.
   Detail::copyBits(target.object->buf(), target.object->len(), value.data(),
                    static_cast<int>(value.size()), field.width, field.offset, 0);
-}
-
-std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* mask,
-                                                     unsigned bits) {
-  std::vector<std::pair<unsigned, unsigned>> out;
-  for (unsigned k = 0; k < bits; ++k) {
-    const bool stray = ((bytes[k / 8] & ~mask[k / 8]) >> (k % 8)) & 1u;
-    if (!stray) continue;
-    if (!out.empty() && out.back().second + 1 == k)
-      out.back().second = k;
-    else
-      out.push_back({k, k});
-  }
-  return out;
-}
-
-std::string rangeText(unsigned first, unsigned last) {
-  return first == last ? std::to_string(first)
-                       : std::to_string(first) + ".." + std::to_string(last);
 }
 
 }  // namespace Tool

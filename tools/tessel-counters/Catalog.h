@@ -1,10 +1,8 @@
-// What the library knows, found through its queries that never stop: chips,
-// classes, variants, and the fields of one accessor. Every lookup that the
-// user's input drives is checked here first, so that the library's own
-// fatal checks are never reached.
+// The checking layer of the tool and the Python module: what the user names
+// (a chip, a class, a variant, a field, an index) checked against the model
+// before anything is asked of the library, so that the library's own fatal
+// checks are never reached.
 #pragma once
-
-#include <TesselCountersOrrery.h>
 
 #include <memory>
 #include <ostream>
@@ -12,23 +10,17 @@
 #include <vector>
 
 #include "Args.h"
+#include "Catalogue.h"
+#include "Fields.h"
 
 namespace Tool {
 
-std::vector<Hardware::ChipType> knownChips();
-std::string chipName(Hardware::ChipType chip);
-std::string chipList();
 Hardware::ChipType parseChip(const std::string& text);
 
-std::vector<std::string> classNames();
 // The class name, or a UsageError naming a close one and `lister`, what lists
 // the classes ("'tessel-counters classes --chip CHIP'").
 std::string parseClass(const std::string& text,
                        const std::string& lister = "'tessel-counters classes --chip CHIP'");
-
-std::vector<U8> variantsOf(const std::string& cls, Hardware::ChipType chip);
-std::string chipsOfClass(const std::string& cls);          // "BCM88850_A0, BCM88859_A2"
-std::string variantText(const std::vector<U8>& variants);  // "0-7, 16"
 
 // One class on one chip and variant, with an accessor over its own buffer.
 struct Target {
@@ -55,6 +47,8 @@ Target resolveTarget(const Args& args, const std::string& chipOption,
                      const std::string& variantOption);
 
 std::string kindOf(const Orrery::AsicBase& object);  // "register" or "memory"
+// The fields of the target (as fieldsOf orders them).
+std::vector<Field> fieldsOf(const Target& target);
 
 // A buffer of `count` bytes, called `what` in messages, for the target's
 // entry: at most the entry's size, or with `exact` just that.
@@ -76,22 +70,6 @@ struct SchanAddress {
 // The address of an instance, table entry and array element that checkIndex passed.
 SchanAddress schanAddress(const Orrery::AsicBase& object, U32 instance, U32 entry, U32 element);
 
-struct Field {
-  U32 id;
-  U16 offset;
-  U16 width;
-  std::string name;          // accessor name, "engineNMode"
-  std::string hardwareName;  // "ENGINE_N_MODE"
-};
-
-// Every identifier that names a field, ascending.
-const std::vector<U32>& allFieldIds();
-
-// The fields valid on the target, by offset, wider before narrower; all of
-// them, or those among `ids`.
-std::vector<Field> fieldsOf(const Orrery::AsicBase& object);
-std::vector<Field> fieldsOf(const Orrery::AsicBase& object, const std::vector<U32>& ids);
-
 // A field of the target by accessor or hardware name; a UsageError names
 // what is wrong (no such field, or absent on this chip or variant).
 Field findField(const Target& target, const std::string& name);
@@ -99,20 +77,7 @@ Field findField(const Target& target, const std::string& name);
 // Refuses `field` when it is one of `given` or shares bits with one of them.
 void checkDistinct(const std::vector<Field>& given, const Field& field);
 
-// Whether the field's value type is a raw bit array: true when the field is
-// wider than 64 bits on some chip and variant of the class. Such fields are
-// neither read nor written as one number by the library.
-bool isRawField(const std::string& cls, U32 id);
-
-// The field's value, read through the library, as little-endian bytes.
-std::vector<U8> readField(const Orrery::AsicBase& object, const Field& field);
-
 // Writes a checked value (at most `field.width` bits) into the target's buffer.
 void writeField(Target& target, const Field& field, const std::vector<U8>& value);
-
-// Ranges "a..b" (or "a") of bits set in `bytes` (bits below `bits`) and clear in `mask`.
-std::vector<std::pair<unsigned, unsigned>> strayBits(const U8* bytes, const U8* mask,
-                                                     unsigned bits);
-std::string rangeText(unsigned first, unsigned last);
 
 }  // namespace Tool

@@ -4,36 +4,10 @@
 #include <cstdio>
 #include <iostream>
 
-#include "Json.h"
 #include "Model.h"
+#include "ModelJson.h"
 
 namespace Tool {
-
-std::vector<FieldView> viewsOf(const std::vector<Field>& fields) {
-  std::vector<FieldView> views(fields.size());
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    const unsigned lo = fields[i].offset, hi = lo + fields[i].width;
-    for (std::size_t j = 0; j < fields.size(); ++j) {
-      if (j == i) continue;
-      const unsigned olo = fields[j].offset, ohi = olo + fields[j].width;
-      if (ohi <= lo || hi <= olo) continue;
-      // Fields are sorted wider first at one offset, so of two equal ranges
-      // the earlier one holds the later.
-      const bool holds = olo <= lo && hi <= ohi && (ohi - olo > hi - lo || j < i);
-      if (holds) {
-        const int p = views[i].parent;
-        if (p < 0 || fields[j].width < fields[static_cast<std::size_t>(p)].width)
-          views[i].parent = static_cast<int>(j);
-      } else if (!(lo <= olo && ohi <= hi)) {
-        views[i].crosses.push_back(static_cast<int>(j));
-      }
-    }
-  }
-  for (std::size_t i = 0; i < fields.size(); ++i)
-    for (int p = views[i].parent; p >= 0; p = views[static_cast<std::size_t>(p)].parent)
-      ++views[i].depth;
-  return views;
-}
 
 namespace {
 
@@ -72,17 +46,15 @@ void printTable(const std::vector<std::vector<std::string>>& rows) {
   }
 }
 
-// Opens the JSON object of a class on a chip and variant with the keys that
+// The JSON object of a class on a chip and variant with the keys that
 // describe and decode share.
-Json& beginTargetObject(Json& j, const Target& t) {
-  const auto& o = *t.object;
-  return j.beginObject()
-      .value("class", t.cls)
-      .value("chip", chipName(t.chip))
-      .value("chipNumber", static_cast<unsigned>(t.chip))
-      .value("variant", static_cast<unsigned>(t.variant))
-      .value("kind", kindOf(o))
-      .value("widthWords", static_cast<unsigned>(o.width()));
+Json targetJson(const Target& t) {
+  return {{"class", t.cls},
+          {"chip", chipName(t.chip)},
+          {"chipNumber", static_cast<unsigned>(t.chip)},
+          {"variant", t.variant},
+          {"kind", kindOf(*t.object)},
+          {"widthWords", t.object->width()}};
 }
 
 }  // namespace
@@ -106,8 +78,7 @@ int cmdClasses(const Args& a) {
     const auto variants = variantsOf(cls, chip);
     if (variants.empty()) continue;
     ++count;
-    auto object = Hardware::stringObj(cls.c_str(), chip, variants.front());
-    std::printf("%-50s %-8s variants %s\n", cls.c_str(), kindOf(*object).c_str(),
+    std::printf("%-50s %-8s variants %s\n", cls.c_str(), kindName(classOf(cls).kind),
                 variantText(variants).c_str());
   }
   std::printf("%zu classes on %s\n", count, chipName(chip).c_str());
@@ -115,19 +86,18 @@ int cmdClasses(const Args& a) {
 }
 
 void describeJson(const Target& t, std::ostream& out) {
-  const auto& o = *t.object;
-  Json j(out);
-  beginTargetObject(j, t)
-      .value("entryBytes", t.entryBytes())
-      .value("classBufferBytes", static_cast<unsigned>(o.len()));
-  if (o.isTable()) j.value("entries", o.entries()).value("tableVariantCount", o.tableVariantCount());
-  j.value("arrayElements", o.arrayElements())
-      .value("instanceCount", static_cast<unsigned>(o.instanceCount()))
-      .value("fieldCount", static_cast<unsigned>(o.fieldCount()));
-  writeInstances(j, instancesOf(o));
-  j.beginArray("fields");
-  for (const auto& f : fieldsOf(o)) writeFieldKeys(j.beginObject(), f).endObject();
-  j.endArray().endObject().finish();
+  const Layout l = layoutOf(t.cls, *t.object);
+  Json j = {{"class", t.cls}, {"kind", kindOf(*t.object)}};
+  j.update(geometryJson(l));
+  // A register has no table: describe leaves out the keys of memories.
+  if (!t.object->isTable()) {
+    j.erase("entries");
+    j.erase("tableVariantCount");
+  }
+  j["classBufferBytes"] = t.object->len();
+  Json& fields = j["fields"] = Json::array();
+  for (const auto& f : l.fields) fields.push_back(fieldJson(f));
+  printJson(out, j);
 }
 
 int cmdDescribe(const Args& a) {
@@ -142,7 +112,7 @@ int cmdDescribe(const Args& a) {
   const auto& o = *t.object;
   const bool memory = o.isTable();
   const auto spans = instancesOf(o);
-  const auto fields = fieldsOf(o);
+  const auto fields = fieldsOf(t);
   std::printf("%s on %s (%u) variant %u\n", t.cls.c_str(), chipName(t.chip).c_str(),
               static_cast<unsigned>(t.chip), static_cast<unsigned>(t.variant));
   std::printf("  kind            %s\n", kindOf(o).c_str());
@@ -175,7 +145,7 @@ int cmdDecode(const Args& a) {
   const auto bytes = entryBytes(t, tokens, "HEX");
   loadBuffer(t, bytes);
   const auto& o = *t.object;
-  const auto fields = fieldsOf(o);
+  const auto fields = fieldsOf(t);
   const auto views = viewsOf(fields);
   const Raw8192 mask = o.allFieldsMask();
   const auto stray = strayBits(bytes.data(), mask.data(), 8u * t.entryBytes());
@@ -184,22 +154,21 @@ int cmdDecode(const Args& a) {
   for (const auto& f : fields) values.push_back(readField(o, f));
 
   if (a.has("--json")) {
-    Json j(std::cout);
-    beginTargetObject(j, t).value("bytes", hexBytes(bytes.data(), bytes.size()));
-    j.beginArray("fields");
+    Json j = targetJson(t);
+    j["bytes"] = hexBytes(bytes.data(), bytes.size());
+    Json& rows = j["fields"] = Json::array();
     for (std::size_t i = 0; i < fields.size(); ++i) {
       const auto& f = fields[i];
-      writeFieldKeys(j.beginObject(), f)
-          .value("bits", rangeText(f.offset, f.offset + f.width - 1u))
-          .value("hex", hexValue(values[i], f.width))
-          .value("decimal", decimalValue(values[i]));
-      writeViewKeys(j, fields, views[i]);
-      j.endObject();
+      Json row = fieldJson(f);
+      row["bits"] = rangeText(f.offset, f.offset + f.width - 1u);
+      row["hex"] = hexValue(values[i], f.width);
+      row["decimal"] = decimalValue(values[i]);
+      addViewKeys(row, fields, views[i]);
+      rows.push_back(std::move(row));
     }
-    j.endArray().beginArray("strayBits");
-    for (const auto& [lo, hi] : stray)
-      j.beginObject().value("first", lo).value("last", hi).endObject();
-    j.endArray().endObject().finish();
+    Json& strays = j["strayBits"] = Json::array();
+    for (const auto& [lo, hi] : stray) strays.push_back({{"first", lo}, {"last", hi}});
+    printJson(std::cout, j);
     return 0;
   }
 

@@ -2,6 +2,8 @@
 // for one class or for every class of the two chips.
 #include "Diff.h"
 
+#include "Catalog.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <iostream>
@@ -90,32 +92,27 @@ std::vector<std::string> changeLines(const LayoutDiff& d) {
   return lines;
 }
 
-void writeDiff(Json& j, const LayoutDiff& d) {
-  j.beginArray("geometry");
+void addDiffKeys(Json& j, const LayoutDiff& d) {
+  Json& geometry = j["geometry"] = Json::array();
   for (const auto& g : d.geometry) {
-    j.beginObject().value("property", g.property);
-    if (g.instance >= 0) j.value("instance", static_cast<unsigned>(g.instance));
-    j.value("from", static_cast<unsigned long long>(g.from))
-        .value("to", static_cast<unsigned long long>(g.to))
-        .endObject();
+    Json row = {{"property", g.property}};
+    if (g.instance >= 0) row["instance"] = g.instance;
+    row["from"] = g.from;
+    row["to"] = g.to;
+    geometry.push_back(std::move(row));
   }
-  j.endArray().beginArray("fields");
+  Json& fields = j["fields"] = Json::array();
   for (const auto& c : d.fields) {
     const Field& f = c.kind == FieldChange::Added ? c.to : c.from;
-    j.beginObject()
-        .value("change", kindName(c.kind))
-        .value("name", f.name)
-        .value("hardwareName", f.hardwareName)
-        .value("id", f.id);
+    Json row = {{"change", kindName(c.kind)},
+                {"name", f.name},
+                {"hardwareName", f.hardwareName},
+                {"id", f.id}};
     for (const auto& [key, side] : {std::make_pair("from", &c.from), std::make_pair("to", &c.to)})
-      if (side->id)
-        j.beginObject(key)
-            .value("offset", static_cast<unsigned>(side->offset))
-            .value("width", static_cast<unsigned>(side->width))
-            .endObject();
-    j.endObject();
+      if (side->id) row[key] = {{"offset", side->offset}, {"width", side->width}};
+    fields.push_back(std::move(row));
   }
-  j.endArray().value("unchangedFields", d.unchangedFields);
+  j["unchangedFields"] = d.unchangedFields;
 }
 
 namespace {
@@ -132,23 +129,15 @@ std::string countsText(const LayoutDiff& d) {
 
 int diffClass(const Args& a) {
   const Target from = resolveTarget(a), to = resolveTarget(a, "--to", "--to-variant");
-  const LayoutDiff d = diffLayouts(layoutOf(*from.object), layoutOf(*to.object));
+  const LayoutDiff d = diffLayouts(layoutOf(from.cls, *from.object), layoutOf(to.cls, *to.object));
   const std::string what = from.cls + " on " + from.where() + " -> " + to.where();
   if (a.has("--json")) {
-    Json j(std::cout);
-    j.beginObject()
-        .value("class", from.cls)
-        .beginObject("from")
-        .value("chip", chipName(from.chip))
-        .value("variant", static_cast<unsigned>(from.variant))
-        .endObject()
-        .beginObject("to")
-        .value("chip", chipName(to.chip))
-        .value("variant", static_cast<unsigned>(to.variant))
-        .endObject()
-        .value("differ", !d.empty());
-    writeDiff(j, d);
-    j.endObject().finish();
+    Json j = {{"class", from.cls},
+              {"from", {{"chip", chipName(from.chip)}, {"variant", from.variant}}},
+              {"to", {{"chip", chipName(to.chip)}, {"variant", to.variant}}},
+              {"differ", !d.empty()}};
+    addDiffKeys(j, d);
+    printJson(std::cout, j);
     return 0;
   }
   for (const auto& line : changeLines(d)) std::printf("  %s\n", line.c_str());
@@ -223,16 +212,14 @@ void printChipRows(const std::vector<ClassRow>& rows, Hardware::ChipType a, Hard
   }
 }
 
-void writeChipRows(Json& j, const std::vector<ClassRow>& rows) {
-  j.beginArray("classes");
+Json chipRowsJson(const std::vector<ClassRow>& rows) {
+  Json out = Json::array();
   for (const auto& r : rows) {
-    j.beginObject().value("class", r.cls->name).beginArray("variants");
-    for (U8 v : r.variants) j.value(nullptr, static_cast<unsigned>(v));
-    j.endArray().value("status", r.status);
-    if (r.status == "changed") writeDiff(j, r.diff);
-    j.endObject();
+    Json row = {{"class", r.cls->name}, {"variants", r.variants}, {"status", r.status}};
+    if (r.status == "changed") addDiffKeys(row, r.diff);
+    out.push_back(std::move(row));
   }
-  j.endArray();
+  return out;
 }
 
 int diffChips(const Args& a) {
@@ -260,15 +247,12 @@ int diffChips(const Args& a) {
                        "), " + std::to_string(model.size() - differing) + " the same"
                  : "the same in all " + std::to_string(model.size()) + " classes");
   if (a.has("--json")) {
-    Json j(std::cout);
-    j.beginObject()
-        .value("from", chipName(from))
-        .value("to", chipName(to))
-        .value("differ", differing != 0)
-        .value("classCount", static_cast<unsigned>(model.size()))
-        .value("differingClasses", static_cast<unsigned>(differing));
-    writeChipRows(j, rows);
-    j.endObject().finish();
+    printJson(std::cout, {{"from", chipName(from)},
+                          {"to", chipName(to)},
+                          {"differ", differing != 0},
+                          {"classCount", model.size()},
+                          {"differingClasses", differing},
+                          {"classes", chipRowsJson(rows)}});
     return 0;
   }
   printChipRows(rows, from, to);

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "Json.h"
 #include "Model.h"
+#include "ModelJson.h"
 
 namespace Tool {
 
@@ -38,7 +38,7 @@ LayoutDiff diffLayouts(const Layout& from, const Layout& to);
 // One line per change, as the text output shows them.
 std::vector<std::string> changeLines(const LayoutDiff& diff);
 
-// The keys "geometry", "fields" and "unchangedFields" of a diff.
-void writeDiff(Json& j, const LayoutDiff& diff);
+// Adds the keys "geometry", "fields" and "unchangedFields" of a diff.
+void addDiffKeys(Json& j, const LayoutDiff& diff);
 
 }  // namespace Tool

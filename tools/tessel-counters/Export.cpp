@@ -4,7 +4,10 @@
 #include <cstdio>
 #include <iostream>
 
+#include "Catalog.h"
+#include "Commands.h"
 #include "Model.h"
+#include "ModelJson.h"
 
 namespace Tool {
 
@@ -12,48 +15,41 @@ namespace {
 
 constexpr unsigned kFormatVersion = 1;
 
-void writeLayout(Json& j, const Layout& l) {
-  writeGeometryKeys(j.beginObject(), l);
-  j.beginArray("fields");
+Json layoutJson(const Layout& l) {
+  Json j = geometryJson(l);
+  Json& fields = j["fields"] = Json::array();
   for (std::size_t i = 0; i < l.fields.size(); ++i) {
-    writeFieldKeys(j.beginObject(), l.fields[i]);
-    writeViewKeys(j, l.fields, l.views[i]);
-    j.endObject();
+    Json f = fieldJson(l.fields[i]);
+    addViewKeys(f, l.fields, l.views[i]);
+    fields.push_back(std::move(f));
   }
-  j.endArray().endObject();
+  return j;
 }
 
-void writeClass(Json& j, const ClassModel& c) {
-  j.beginObject()
-      .value("name", c.name)
-      .value("kind", c.memory ? "memory" : "register")
-      .beginArray("chips");
+Json classJson(const ClassModel& c) {
+  Json chips = Json::array();
   for (auto chip : knownChips()) {
     const auto variants = c.variantsOn(chip);
-    if (variants.empty()) continue;
-    j.beginObject().value("chip", chipName(chip)).beginArray("variants");
-    for (U8 v : variants) j.value(nullptr, static_cast<unsigned>(v));
-    j.endArray().endObject();
+    if (!variants.empty()) chips.push_back({{"chip", chipName(chip)}, {"variants", variants}});
   }
-  j.endArray().beginArray("layouts");
-  for (const auto& l : c.layouts) writeLayout(j, l);
-  j.endArray().endObject();
+  Json layouts = Json::array();
+  for (const auto& l : c.layouts) layouts.push_back(layoutJson(l));
+  return {{"name", c.name},
+          {"kind", c.memory ? "memory" : "register"},
+          {"chips", std::move(chips)},
+          {"layouts", std::move(layouts)}};
 }
 
 void exportJson(const std::vector<Hardware::ChipType>& chips) {
-  Json j(std::cout);
-  j.beginObject()
-      .value("format", "tessel-counters-catalogue")
-      .value("version", kFormatVersion)
-      .beginArray("chips");
+  Json list = Json::array();
   for (auto chip : chips.empty() ? knownChips() : chips)
-    j.beginObject()
-        .value("name", chipName(chip))
-        .value("number", static_cast<unsigned>(chip))
-        .endObject();
-  j.endArray().beginArray("classes");
-  for (const auto& c : catalogueModel(chips)) writeClass(j, c);
-  j.endArray().endObject().finish();
+    list.push_back({{"name", chipName(chip)}, {"number", static_cast<unsigned>(chip)}});
+  Json classes = Json::array();
+  for (const auto& c : catalogueModel(chips)) classes.push_back(classJson(c));
+  printJson(std::cout, {{"format", "tessel-counters-catalogue"},
+                        {"version", kFormatVersion},
+                        {"chips", std::move(list)},
+                        {"classes", std::move(classes)}});
 }
 
 // "CrpsModulesrcCfg" -> "CRPS_MODULESRC_CFG"

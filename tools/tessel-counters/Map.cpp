@@ -96,7 +96,7 @@ struct Picture {
 
 Picture draw(const Target& t) {
   const auto& o = *t.object;
-  const auto fields = fieldsOf(o);
+  const auto fields = fieldsOf(t);
   const unsigned words = o.width();
   Picture p;
   p.title = t.cls + " \u2014 " + chipName(t.chip) + " (" +
@@ -303,7 +303,7 @@ std::string html(const Target& t, const Picture& p) {
     << p.svg
     << "<table>\n<tr><th>#</th><th>field</th><th>hardware "
        "name</th><th>id</th><th>bits</th><th>width</th></tr>\n";
-  const auto fields = fieldsOf(*t.object);
+  const auto fields = fieldsOf(t);
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const auto& f = fields[i];
     h << "<tr><td class=\"n\">" << i + 1 << "</td><td><code>" << escapeHtml(f.name)

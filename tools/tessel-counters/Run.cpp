@@ -52,6 +52,11 @@ const char* const kUsage =
     "      open from DIR/index.html: the classes by subsystem, a page per class\n"
     "      with geometry, addresses, bit map, fields and a decoder on each chip and\n"
     "      variant, and a search over classes and fields on every page\n"
+    "  tessel-counters locate --chip CHIP --block BLOCK [--sub-block SB] [ADDRESS] [--json]\n"
+    "      what lies at an S-channel address: class, variants, instance, sub-block,\n"
+    "      array element and table entry; exit 1 if nothing does, with what lies\n"
+    "      nearest below and above. Without ADDRESS, the block's whole map: every\n"
+    "      range of addresses in order with what lies there, and the gaps\n"
     "\n"
     "CHIP is a chip name (BCM88690_B0) or its number (10). Without --variant the\n"
     "class's first variant on the chip is used, with a note if it has several.\n"
@@ -95,6 +100,7 @@ const std::vector<Command>& commands() {
       {"diff", {chip, variant, {"--to", true}, {"--to-variant", true}, json}, cmdDiff},
       {"export", {json, {"--c-header", false}, chip, {"--class", true}}, cmdExport},
       {"site", {}, cmdSite},
+      {"locate", {chip, {"--block", true}, {"--sub-block", true}, json}, cmdLocate},
   };
   return table;
 }

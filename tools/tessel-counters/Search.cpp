@@ -5,8 +5,10 @@
 #include <map>
 #include <utility>
 
-#include "Json.h"
+#include "Catalog.h"
+#include "Commands.h"
 #include "Model.h"
+#include "ModelJson.h"
 
 namespace Tool {
 
@@ -81,41 +83,34 @@ std::vector<const Layout*> allLayouts(const ClassModel& cls) {
   return out;
 }
 
-void printJson(const std::string& pattern, const std::vector<const ClassModel*>& classes,
+void printMatchesJson(const std::string& pattern, const std::vector<const ClassModel*>& classes,
                const std::vector<FieldHit>& fields) {
-  Json j(std::cout);
-  j.beginObject().value("pattern", pattern).beginArray("classes");
+  Json classList = Json::array();
   for (const auto* c : classes) {
-    j.beginObject().value("class", c->name).value("kind", c->memory ? "memory" : "register");
-    j.beginArray("chips");
+    Json chips = Json::array();
     std::string last;
     for (const auto& l : c->layouts)
-      if (chipName(l.chip) != last) j.value(nullptr, last = chipName(l.chip));
-    j.endArray().endObject();
+      if (chipName(l.chip) != last) chips.push_back(last = chipName(l.chip));
+    classList.push_back({{"class", c->name},
+                         {"kind", c->memory ? "memory" : "register"},
+                         {"chips", std::move(chips)}});
   }
-  j.endArray().beginArray("fields");
+  Json fieldList = Json::array();
   for (const auto& h : fields) {
-    j.beginObject()
-        .value("class", h.cls->name)
-        .value("name", h.field.name)
-        .value("hardwareName", h.field.hardwareName)
-        .value("id", h.field.id)
-        .beginArray("layouts");
-    for (const auto& [place, layouts] : h.places) {
-      j.beginObject()
-          .value("offset", static_cast<unsigned>(place.first))
-          .value("width", static_cast<unsigned>(place.second))
-          .beginArray("on");
-      for (const Layout* l : layouts)
-        j.beginObject()
-            .value("chip", chipName(l->chip))
-            .value("variant", static_cast<unsigned>(l->variant))
-            .endObject();
-      j.endArray().endObject();
+    Json layouts = Json::array();
+    for (const auto& [place, on] : h.places) {
+      Json where = Json::array();
+      for (const Layout* l : on) where.push_back({{"chip", chipName(l->chip)}, {"variant", l->variant}});
+      layouts.push_back({{"offset", place.first}, {"width", place.second}, {"on", std::move(where)}});
     }
-    j.endArray().endObject();
+    fieldList.push_back({{"class", h.cls->name},
+                         {"name", h.field.name},
+                         {"hardwareName", h.field.hardwareName},
+                         {"id", h.field.id},
+                         {"layouts", std::move(layouts)}});
   }
-  j.endArray().endObject().finish();
+  printJson(std::cout,
+            {{"pattern", pattern}, {"classes", std::move(classList)}, {"fields", std::move(fieldList)}});
 }
 
 void printText(const std::string& pattern, const std::vector<const ClassModel*>& classes,
@@ -150,7 +145,7 @@ int cmdSearch(const Args& a) {
     if (nameMatches(pattern, c.name)) classes.push_back(&c);
   const auto fields = fieldHits(model);
   if (a.has("--json"))
-    printJson(pattern, classes, fields);
+    printMatchesJson(pattern, classes, fields);
   else
     printText(pattern, classes, fields);
   return 0;

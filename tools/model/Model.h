@@ -1,18 +1,15 @@
 // The catalogue as the library answers it: every class on every chip and
 // variant where it exists, with its geometry, block instances, addresses and
-// fields. Built through the public queries only, each asked where it can't
-// stop. Search, diff and both exports read this one model; a program that
-// wants the whole catalogue (a reference site, say) starts from
-// catalogueModel().
+// fields. What exists comes from the library's description; every number from
+// the accessors' public queries, each asked where it can't stop. The tool's
+// commands, the Python module and the reference site read this one model.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "Catalog.h"
-#include "Commands.h"
-#include "Json.h"
-
+#include "Catalogue.h"
+#include "Fields.h"
 namespace Tool {
 
 // One block instance of a class on a chip and variant.
@@ -52,9 +49,10 @@ struct ClassModel {
 
 std::vector<Instance> instancesOf(const Orrery::AsicBase& object);
 
-// The layout of the object's chip and variant, with the fields among
-// `fieldIds` (views and overlaps among those alone).
-Layout layoutOf(const Orrery::AsicBase& object, const std::vector<U32>& fieldIds = allFieldIds());
+// The layout of the object (of class `cls`) on its chip and variant, with the
+// fields among `fieldIds` (views and overlaps among those alone).
+Layout layoutOf(const std::string& cls, const Orrery::AsicBase& object,
+                const std::vector<U32>& fieldIds = allFieldIds());
 
 // The class on the given chips (all known chips if `chips` is empty); a class
 // on none of them has no layouts.
@@ -68,14 +66,5 @@ std::vector<ClassModel> catalogueModel(const std::vector<Hardware::ChipType>& ch
 // "BCM88690_B0, BCM88860_A0 v0-3": chips of a set of a class's layouts;
 // a chip whose every variant of the class is in the set goes by name alone.
 std::string layoutsText(const ClassModel& cls, const std::vector<const Layout*>& layouts);
-
-// JSON keys that describe, decode and the export share: a field's "name",
-// "hardwareName", "id", "offset" and "width"; its "viewOf" and "overlaps"
-// where it has them; the array "instances".
-Json& writeFieldKeys(Json& j, const Field& field);
-void writeViewKeys(Json& j, const std::vector<Field>& fields, const FieldView& view);
-void writeInstances(Json& j, const std::vector<Instance>& instances);
-// A layout's chip, variant and geometry keys, as the export writes them, with "instances".
-void writeGeometryKeys(Json& j, const Layout& layout);
 
 }  // namespace Tool

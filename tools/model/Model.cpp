@@ -30,7 +30,8 @@ std::vector<Instance> instancesOf(const Orrery::AsicBase& o) {
   return out;
 }
 
-Layout layoutOf(const Orrery::AsicBase& o, const std::vector<U32>& fieldIds) {
+Layout layoutOf(const std::string& cls, const Orrery::AsicBase& o,
+                const std::vector<U32>& fieldIds) {
   Layout l;
   l.chip = static_cast<Hardware::ChipType>(o.chipType());
   l.variant = o.variant();
@@ -47,20 +48,17 @@ Layout layoutOf(const Orrery::AsicBase& o, const std::vector<U32>& fieldIds) {
   l.entries = o.isTable() ? o.entries() : 1;
   l.tableVariantCount = o.isTable() ? o.tableVariantCount() : 0;
   l.instances = instancesOf(o);
-  l.fields = fieldsOf(o, fieldIds);
+  l.fields = fieldsOf(cls, o, fieldIds);
   l.views = viewsOf(l.fields);
   return l;
 }
 
 ClassModel classModel(const std::string& cls, const std::vector<Hardware::ChipType>& chips,
                       const std::vector<U32>& fieldIds) {
-  ClassModel m{cls, false, {}};
+  ClassModel m{cls, isMemory(cls), {}};
   for (auto chip : chips.empty() ? knownChips() : chips)
-    for (U8 v : variantsOf(cls, chip)) {
-      const auto object = Hardware::stringObj(cls.c_str(), chip, v);
-      m.memory = object->isTable();
-      m.layouts.push_back(layoutOf(*object, fieldIds));
-    }
+    for (U8 v : variantsOf(cls, chip))
+      m.layouts.push_back(layoutOf(cls, *Hardware::stringObj(cls.c_str(), chip, v), fieldIds));
   return m;
 }
 
@@ -84,51 +82,6 @@ std::string layoutsText(const ClassModel& cls, const std::vector<const Layout*>&
     if (variants != cls.variantsOn(chip)) out += " v" + variantText(variants);
   }
   return out;
-}
-
-Json& writeFieldKeys(Json& j, const Field& f) {
-  return j.value("name", f.name)
-      .value("hardwareName", f.hardwareName)
-      .value("id", f.id)
-      .value("offset", static_cast<unsigned>(f.offset))
-      .value("width", static_cast<unsigned>(f.width));
-}
-
-void writeViewKeys(Json& j, const std::vector<Field>& fields, const FieldView& view) {
-  if (view.parent >= 0) j.value("viewOf", fields[static_cast<std::size_t>(view.parent)].name);
-  if (view.crosses.empty()) return;
-  j.beginArray("overlaps");
-  for (int c : view.crosses) j.value(nullptr, fields[static_cast<std::size_t>(c)].name);
-  j.endArray();
-}
-
-void writeGeometryKeys(Json& j, const Layout& l) {
-  j.value("chip", chipName(l.chip))
-      .value("chipNumber", static_cast<unsigned>(l.chip))
-      .value("variant", static_cast<unsigned>(l.variant))
-      .value("widthWords", static_cast<unsigned>(l.widthWords))
-      .value("entryBytes", 4u * l.widthWords)
-      .value("arrayElements", l.arrayElements)
-      .value("elementStride", l.elementStride)
-      .value("entries", l.entries)
-      .value("tableVariantCount", l.tableVariantCount)
-      .value("instanceCount", static_cast<unsigned>(l.instances.size()))
-      .value("fieldCount", static_cast<unsigned>(l.fieldCount))
-      .value("address", l.instances.empty() ? 0u : l.instances[0].firstAddress);
-  writeInstances(j, l.instances);
-}
-
-void writeInstances(Json& j, const std::vector<Instance>& instances) {
-  j.beginArray("instances");
-  for (const auto& s : instances)
-    j.beginObject()
-        .value("identifier", static_cast<unsigned>(s.identifier))
-        .value("subBlock", s.subBlock)
-        .value("block", s.block)
-        .value("firstAddress", s.firstAddress)
-        .value("lastAddress", s.lastAddress)
-        .endObject();
-  j.endArray();
 }
 
 }  // namespace Tool
