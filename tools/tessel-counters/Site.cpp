@@ -9,12 +9,14 @@
 #include <map>
 #include <sstream>
 
-#include "Map.h"
+#include "Files.h"
 #include "Catalog.h"
 #include "Commands.h"
 #include "Model.h"
 #include "ModelJson.h"
+#include "Pages.h"
 #include "SiteAssets.h"
+#include "Svg.h"
 
 namespace Tool {
 
@@ -72,26 +74,11 @@ std::string chipsText(const ClassModel& c) {
   return layoutsText(c, all);
 }
 
-std::string pageHead(const std::string& title) {
-  return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
-         escapeHtml(title) +
-         "</title>\n<link rel=\"stylesheet\" href=\"site.css\">\n</head>\n<body>\n"
-         "<header><a href=\"index.html\">Counter register reference</a>\n"
-         "<input id=\"search\" type=\"search\" autocomplete=\"off\" "
-         "placeholder=\"Search classes and fields: engine, ENGINE_*_MODE\">\n"
-         "<div id=\"results\"></div></header>\n<main>\n";
-}
-
-std::string pageTail() {
-  return "</main>\n<script src=\"search.js\"></script>\n<script src=\"site.js\"></script>\n"
-         "</body>\n</html>\n";
-}
-
 std::string indexPage(const std::vector<ClassModel>& model) {
   std::map<std::string, std::vector<const ClassModel*>> bySubsystem;
   for (const auto& c : model) bySubsystem[classOf(c.name).subsystem].push_back(&c);
   std::ostringstream h;
-  h << pageHead("Counter register reference") << "<h1>Counter register reference</h1>\n<p>"
+  h << sitePageHead("Counter register reference") << "<h1>Counter register reference</h1>\n<p>"
     << model.size() << " registers and memories on " << knownChips().size()
     << " chips. Each page shows a class's geometry, instance addresses, bit map and fields on "
        "the chip and variant you choose, and decodes an entry you paste.</p>\n";
@@ -105,7 +92,7 @@ std::string indexPage(const std::vector<ClassModel>& model) {
         << "</td></tr>\n";
     h << "</table>\n";
   }
-  h << pageTail();
+  h << sitePageTail();
   return h.str();
 }
 
@@ -147,7 +134,7 @@ std::string classPage(const ClassModel& c, const ClassesByField& byField) {
   const Shapes shapes = shapesOf(c);
   const auto& note = classOf(c.name);
   std::ostringstream h;
-  h << pageHead(c.name) << "<h1>" << c.name << "</h1>\n<p class=\"sub\">"
+  h << sitePageHead(c.name) << "<h1>" << c.name << "</h1>\n<p class=\"sub\">"
     << (c.memory ? "memory" : "register") << " in " << escapeHtml(note.subsystem) << ": "
     << escapeHtml(note.summary) << "<br>on " << escapeHtml(chipsText(c)) << "</p>\n"
     << "<p class=\"pick\"><label>chip <select id=\"chip\"></select></label>\n"
@@ -168,7 +155,7 @@ std::string classPage(const ClassModel& c, const ClassesByField& byField) {
        "<p id=\"decode-note\"></p>\n<table id=\"decoded\"></table>\n<p id=\"decode-after\"></p>\n"
        "<script type=\"application/json\" id=\"class-data\">\n"
     << classData(c, shapes, byField) << "</script>\n"
-    << pageTail();
+    << sitePageTail();
   return h.str();
 }
 

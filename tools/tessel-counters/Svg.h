@@ -1,10 +1,10 @@
-// The layout picture that `map` draws, for other commands to reuse.
+// The layout picture that `map` draws and the site shows.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "Commands.h"
+#include "Fields.h"
 
 namespace Tool {
 
@@ -17,9 +17,5 @@ std::string layoutSvg(const std::vector<Field>& fields, unsigned words, const st
 
 // The text with &, <, > and " written as HTML (and XML) entities.
 std::string escapeHtml(const std::string& s);
-
-// Writes the text to the file at `path`, or to standard output for "-";
-// stops with "cannot write 'PATH': REASON".
-void writeOut(const std::string& path, const std::string& text);
 
 }  // namespace Tool
