@@ -16,7 +16,7 @@ import sys
 import tessel_counters as tc
 
 HEAD = '''"""@doc()"""
-from typing import Any, Dict, Literal, Optional, Union, overload
+from typing import Any, Dict, List, Literal, Optional, Union, overload
 
 Chip = Union[str, int]
 Data = Union[bytes, bytearray, memoryview, str]
@@ -59,6 +59,9 @@ def describe(class_name: str, chip: Chip, variant: Optional[int] = None) -> Dict
 def address(class_name: str, chip: Chip, variant: Optional[int] = None, instance: int = 0,
             entry: int = 0, array: int = 0) -> Dict[str, int]:
     """@doc(address)"""
+def locate(chip: Chip, block: int, address: int,
+           sub_block: Optional[int] = None) -> List[Dict[str, Any]]:
+    """@doc(locate)"""
 '''
 
 OPEN = '''@overload

@@ -125,6 +125,11 @@ BAD_INPUT = [
     (lambda: tc.address(E, 10, entry=1), IndexError, "has 1 entry, 0..0"),
     (lambda: tc.address("CrpsTypeMapMem", 11, entry=4), IndexError,
      "entry 4 is out of range: CrpsTypeMapMem on BCM88800_A0 variant 0 has 4 entries, 0..3"),
+    (lambda: tc.locate("NOPE", 617, 540), ValueError, "unknown chip 'NOPE'"),
+    (lambda: tc.locate(17, -1, 540), ValueError, "--block must be a number from 0 to 4294967295"),
+    (lambda: tc.locate(17, 617, 1 << 32), ValueError, "ADDRESS must be a number"),
+    (lambda: tc.locate(17, 617, 540, sub_block=-2), ValueError, "--sub-block must be a number"),
+    (lambda: tc.locate(17, 617, "540"), TypeError, "address must be an int"),
 ]
 
 
@@ -189,3 +194,24 @@ def test_stubs_name_every_field_of_every_class():
                 for c in stubs.body if isinstance(c, ast.ClassDef)}
     for cls, chip, v in TARGETS:
         assert set(tc.open(cls, chip, v).layout()) <= declared[cls], (cls, chip, v)
+
+
+def test_locate_equals_the_tools_and_finds_what_address_gives():
+    """Addresses from the module's own address(), located by the module and by the tool."""
+    rng = random.Random(25)
+    for cls, chip, v in rng.sample(TARGETS, 40) + [("CrpsExpansionMapMem", "BCM88860_A0", 3)]:
+        r = tc.open(cls, chip, v)
+        d = r.describe()
+        instance, element = rng.randrange(d["instanceCount"]), rng.randrange(d["arrayElements"])
+        entry = rng.randrange(d.get("entries", 1))
+        at = r.address(instance=instance, entry=entry, array=element)
+        found = tc.locate(chip, at["block"], at["address"])
+        assert found == json.loads(tool("locate", "--chip", chip, "--block", str(at["block"]),
+                                        str(at["address"]), "--json"))["matches"]
+        want = {"class": cls, "instance": instance, "subBlock": at["subBlock"],
+                "arrayElement": element, "tableEntry": entry}
+        hits = [m for m in found if {k: m[k] for k in want} == want and v in m["variants"]]
+        assert len(hits) == 1, (cls, chip, v, at, found)
+        assert tc.locate(tc.chips()[chip], at["block"], at["address"], sub_block=at["subBlock"]) == \
+            [m for m in found if m["subBlock"] == at["subBlock"]]
+    assert tc.locate("BCM88860_A0", 617, 5000000) == []

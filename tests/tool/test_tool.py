@@ -263,6 +263,90 @@ class Address(unittest.TestCase):
         self.assertIn("1         21     0..3     24660..24663  0x6054..0x6057  16        8", out)
 
 
+def locate(chip, block, address, *more):
+    rc, out, err = run("locate", "--chip", chip, "--block", str(block), str(address), "--json", *more)
+    assert rc in (0, 1) and not err, (rc, err)
+    return rc, json.loads(out)
+
+
+class Locate(unittest.TestCase):
+    def test_finds_what_address_gives(self):
+        """Every instance, first and last element and entry of a few classes,
+        as the address command gives them, is found by locate."""
+        checked = 0
+        for cls, chip in TARGETS + [("CrpsExpansionMapMem", B), ("CrpsEngineScanEnable", B)]:
+            d = describe(cls, chip)
+            for inst, element, entry in itertools.product(
+                    range(d["instanceCount"]), {0, d["arrayElements"] - 1}, {0, d.get("entries", 1) - 1}):
+                rc, out, err = run("address", cls, "--chip", chip, "--variant", str(d["variant"]),
+                                   "--instance", str(inst), "--array", str(element), "--entry", str(entry))
+                self.assertEqual(0, rc, err)
+                at = dict(line.split()[:2] for line in out.splitlines()[1:])
+                rc, found = locate(chip, at["block"], at["address"])
+                self.assertEqual(0, rc)
+                want = {"class": cls, "instance": inst, "subBlock": int(at["subBlock"]),
+                        "arrayElement": element, "tableEntry": entry}
+                hits = [m for m in found["matches"] if {k: m[k] for k in want} == want]
+                self.assertEqual(1, len(hits), (cls, chip, at, found["matches"]))
+                self.assertIn(d["variant"], hits[0]["variants"])
+                checked += 1
+        self.assertGreater(checked, 30)
+
+    def test_variants_that_share_an_address_come_together(self):
+        rc, out, _ = run("classes", "--chip", B)
+        variants = next(l for l in out.splitlines() if l.startswith("CrpsExpansionMapMem "))
+        rc, found = locate(B, 617, 40000)
+        [match] = found["matches"]
+        self.assertEqual("CrpsExpansionMapMem", match["class"])
+        self.assertEqual(variants.split("variants ")[1], f"{match['variants'][0]}-{match['variants'][-1]}")
+        self.assertEqual(list(range(match["variants"][0], match["variants"][-1] + 1)), match["variants"])
+        rc, out, _ = run("locate", "--chip", B, "--block", "617", "0x9c40")
+        self.assertEqual(0, rc)
+        self.assertIn(f"CrpsExpansionMapMem variants {variants.split('variants ')[1]}, instance", out)
+
+    def test_block_map_and_its_gaps_agree_with_locate(self):
+        rc, out, err = run("locate", "--chip", B, "--block", "617", "--json")
+        self.assertEqual(0, rc, err)
+        ranges = json.loads(out)["ranges"]
+        self.assertGreater(len(ranges), 3)
+        for before, after in zip(ranges, ranges[1:]):
+            self.assertLess(before["last"], after["first"])
+            if before["last"] + 1 < after["first"]:
+                rc, found = locate(B, 617, before["last"] + 1)
+                self.assertEqual(1, rc)
+                self.assertEqual([], found["matches"])
+                self.assertEqual(before, found["nearestBelow"])
+                self.assertEqual(after, found["nearestAbove"])
+        for r in random.Random(3).sample(ranges, 8):
+            rc, found = locate(B, 617, r["last"])
+            self.assertEqual(0, rc)
+            self.assertEqual(sorted({m["class"] for m in r["matches"]}),
+                             sorted({m["class"] for m in found["matches"]}))
+        rc, text, _ = run("locate", "--chip", B, "--block", "617")
+        self.assertEqual(len(ranges), sum(1 for l in text.splitlines() if l.startswith("0x")))
+        self.assertIn(f"{len(ranges)} ranges", text.splitlines()[0])
+
+    def test_sub_block_keeps_that_sub_block(self):
+        rc, found = locate("10", 8, 362)
+        self.assertEqual(0, rc)
+        sub = found["matches"][0]["subBlock"]
+        rc, same = locate("10", 8, 362, "--sub-block", str(sub))
+        self.assertEqual(found["matches"], [m for m in same["matches"]])
+        rc, other = locate("10", 8, 362, "--sub-block", str(sub + 1))
+        self.assertEqual(1, rc)
+
+    def test_nothing_there_is_status_one_with_the_neighbours(self):
+        rc, out, err = run("locate", "--chip", B, "--block", "617", "5000000")
+        self.assertEqual((1, ""), (rc, err))
+        self.assertIn("nothing of the catalogue lies at block 617 address 0x4c4b40 (5000000)", out)
+        self.assertIn("nearest below: 0x8000..0xffff", out)
+        self.assertNotIn("nearest above", out)
+        rc, out, err = run("locate", "--chip", B, "--block", "4", "1")
+        self.assertEqual((1, ""), (rc, err))
+        self.assertIn("nothing lies in block 4", out)
+        self.assertIn(" 617,", out)
+
+
 class Describe(unittest.TestCase):
     def test_json_agrees_with_the_text(self):
         for cls, chip in TARGETS:
@@ -498,6 +582,18 @@ class Errors(unittest.TestCase):
         self.check(m + ["--svg", "-", "--html", "-"], "can't both go to stdout")
         self.check(m + ["--svg", "/nonexistent-dir/x.svg"], "cannot write '/nonexistent-dir/x.svg'")
         self.check(["map", "CrpsTypeMapMem", "--chip", "99", "--svg", "-"], "unknown chip '99'")
+
+    def test_locate(self):
+        l = ["locate", "--chip", B]
+        self.check(l, "--block is required")
+        self.check(l + ["--sub-block", "0", "540"], "--sub-block goes with --block")
+        self.check(["locate", "--block", "617", "540"], "--chip is required")
+        self.check(["locate", "--chip", "NOPE", "--block", "617", "540"], "unknown chip 'NOPE'")
+        for bad in ["x12", "-1", "0x", "4294967296", "1" * 30, "12abc"]:
+            self.check(l + ["--block", "617", bad], "ADDRESS must be a number from 0 to 4294967295")
+            self.check(l + ["--block", bad, "540"], "--block must be a number")
+            self.check(l + ["--block", "617", "--sub-block", bad, "540"], "--sub-block must be a number")
+        self.check(l + ["--block", "617", "540", "541"], "locate takes at most one ADDRESS")
 
     def test_search_diff_export(self):
         for args, part in [("search", "search takes one PATTERN"), (f"diff --chip {A}", "--to is required"),
