@@ -60,11 +60,25 @@ std::vector<Placement> placementsOn(Hardware::ChipType chip) {
 }  // namespace
 
 AddressIndex::AddressIndex(Hardware::ChipType chip) : chip_(chip), placements_(placementsOn(chip)) {
-  // Each placement as runs of consecutive addresses: one when its elements
-  // follow each other, else one per element.
-  std::vector<Run> runs;
+  // Variants of a class that lie alike (the 32 of an expansion map) are one
+  // group, found and described once.
+  std::map<std::tuple<U32, U16, U32, U32, U32, U32, U32, U32>, U32> groupOf;
   for (U32 i = 0; i < placements_.size(); ++i) {
     const Placement& p = placements_[i];
+    const auto key =
+        std::make_tuple(p.classIndex, p.instance, p.subBlock, p.block, p.base, p.elements, p.stride,
+                        p.entries);
+    const auto [at, added] = groupOf.emplace(key, static_cast<U32>(groups_.size()));
+    if (added) groups_.emplace_back();
+    groups_[at->second].placements.push_back(i);
+    groups_[at->second].variants.push_back(p.variant);
+  }
+  for (auto& g : groups_) std::sort(g.variants.begin(), g.variants.end());
+  // Each group as runs of consecutive addresses: one when its elements
+  // follow each other, else one per element.
+  std::vector<Run> runs;
+  for (U32 i = 0; i < groups_.size(); ++i) {
+    const Placement& p = placements_[groups_[i].placements.front()];
     if (p.elements == 1 || p.stride == p.entries) {
       runs.push_back({p.block, p.base, p.base + p.elements * p.entries - 1, i});
     } else {
@@ -73,7 +87,7 @@ AddressIndex::AddressIndex(Hardware::ChipType chip) : chip_(chip), placements_(p
     }
   }
   std::sort(runs.begin(), runs.end(), [](const Run& x, const Run& y) {
-    return std::tie(x.block, x.first, x.placement) < std::tie(y.block, y.first, y.placement);
+    return std::tie(x.block, x.first, x.group) < std::tie(y.block, y.first, y.group);
   });
   // Cut each block at every start and end of a run: between two cuts the
   // same runs lie.
@@ -98,7 +112,7 @@ AddressIndex::AddressIndex(Hardware::ChipType chip) : chip_(chip), placements_(p
       if (active.empty()) continue;
       Piece piece{block, static_cast<U32>(first), static_cast<U32>(last),
                   static_cast<U32>(members_.size()), 0};
-      for (const Run* r : active) members_.push_back(r->placement);
+      for (const Run* r : active) members_.push_back(r->group);
       std::sort(members_.begin() + piece.begin, members_.end());
       piece.end = static_cast<U32>(members_.size());
       pieces_.push_back(piece);
@@ -123,18 +137,22 @@ std::vector<Location> AddressIndex::locate(U32 block, U32 address, const U32* su
   const Piece& piece = *(after - 1);
   if (piece.block != block || piece.last < address) return out;
   for (U32 m = piece.begin; m < piece.end; ++m) {
-    const Placement& p = placements_[members_[m]];
+    const Group& g = groups_[members_[m]];
+    const Placement& p = placements_[g.placements.front()];
     if (subBlock && p.subBlock != *subBlock) continue;
     Location here = locationIn(p, address);
-    // The variants of one class at the same place go together.
+    // The variants of one class at the same place go together, also those
+    // of groups that lie differently elsewhere.
     const auto same = std::find_if(out.begin(), out.end(), [&](const Location& l) {
       return l.cls == here.cls && l.instance == here.instance && l.subBlock == here.subBlock &&
              l.arrayElement == here.arrayElement && l.tableEntry == here.tableEntry;
     });
-    if (same != out.end())
-      same->variants.push_back(p.variant);
-    else
+    if (same != out.end()) {
+      same->variants.insert(same->variants.end(), g.variants.begin(), g.variants.end());
+    } else {
+      here.variants = g.variants;
       out.push_back(std::move(here));
+    }
   }
   std::sort(out.begin(), out.end(), before);
   for (auto& l : out) std::sort(l.variants.begin(), l.variants.end());
@@ -146,10 +164,9 @@ std::vector<AddressIndex::Segment> AddressIndex::blockMap(U32 block, const U32* 
   for (const Piece& piece : pieces_) {
     if (piece.block != block) continue;
     Segment s{piece.first, piece.last, {}};
-    for (U32 m = piece.begin; m < piece.end; ++m) {
-      const Placement& p = placements_[members_[m]];
-      if (!subBlock || p.subBlock == *subBlock) s.placements.push_back(&p);
-    }
+    for (U32 m = piece.begin; m < piece.end; ++m)
+      for (U32 i : groups_[members_[m]].placements)
+        if (!subBlock || placements_[i].subBlock == *subBlock) s.placements.push_back(&placements_[i]);
     if (!s.placements.empty()) out.push_back(std::move(s));
   }
   return out;
@@ -177,7 +194,8 @@ std::size_t AddressIndex::entryCount() const {
   std::size_t count = 0;
   for (const Piece& piece : pieces_) {
     std::vector<U32> subBlocks;
-    for (U32 m = piece.begin; m < piece.end; ++m) subBlocks.push_back(placements_[members_[m]].subBlock);
+    for (U32 m = piece.begin; m < piece.end; ++m)
+      subBlocks.push_back(placements_[groups_[members_[m]].placements.front()].subBlock);
     std::sort(subBlocks.begin(), subBlocks.end());
     const auto distinct = std::unique(subBlocks.begin(), subBlocks.end()) - subBlocks.begin();
     count += (std::size_t{piece.last} - piece.first + 1) * static_cast<std::size_t>(distinct);

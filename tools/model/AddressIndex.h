@@ -86,19 +86,24 @@ class AddressIndex {
   static std::vector<std::string> describe(const Segment& segment);
 
  private:
-  struct Run {  // contiguous addresses of one placement
+  struct Group {  // placements alike but for their variant
+    std::vector<U32> placements;  // ascending
+    std::vector<U8> variants;     // theirs, ascending
+  };
+  struct Run {  // contiguous addresses of one group
     U32 block, first, last;
-    U32 placement;
+    U32 group;
   };
   struct Piece {  // disjoint addresses of one block with the same runs
     U32 block, first, last;
-    U32 begin, end;  // its placements: members_[begin..end)
+    U32 begin, end;  // its groups: members_[begin..end)
   };
 
   Hardware::ChipType chip_;
   std::vector<Placement> placements_;
+  std::vector<Group> groups_;
   std::vector<Piece> pieces_;  // by block, then address
-  std::vector<U32> members_;   // placement indices of the pieces
+  std::vector<U32> members_;   // group indices of the pieces
 };
 
 // The location of `address` inside the placement, which must hold it.
