@@ -80,9 +80,12 @@ std::string chipsText(const ClassModel& c) {
 std::string indexPage(const std::vector<ClassModel>& model) {
   std::map<std::string, std::vector<const ClassModel*>> bySubsystem;
   for (const auto& c : model) bySubsystem[classOf(c.name).subsystem].push_back(&c);
+  std::vector<std::string> chips;
+  for (const auto chip : knownChips()) chips.push_back(chipName(chip));
   std::ostringstream h;
-  h << sitePageHead("Counter register reference") << "<h1>Counter register reference</h1>\n<p>"
-    << model.size() << " registers and memories on " << knownChips().size()
+  h << sitePageHead("Counter register reference", chips)
+    << "<h1>Counter register reference</h1>\n<p>" << model.size() << " registers and memories on "
+    << knownChips().size()
     << " chips. Each page shows a class's geometry, instance addresses, bit map and fields on "
        "the chip and variant you choose, and decodes an entry you paste.</p>\n";
   for (const auto& [subsystem, classes] : bySubsystem) {
