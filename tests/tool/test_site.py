@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """The reference site: the same bytes twice, nothing fetched, used in headless Chromium (DevTools
-protocol on a pipe) as a person would. Run: test_site.py TOOL; status 77 (skip) without Chromium."""
+protocol on a pipe) as a person would: names and addresses searched, entries decoded.
+Run: test_site.py TOOL; status 77 (skip) without Chromium."""
 
 import filecmp, json, os, random, re, select, shutil, subprocess, sys, tempfile, unittest
 
@@ -168,6 +169,74 @@ class InChromium(unittest.TestCase):
                     self.assertEqual(want["strayBits"], got["strayBits"])
                     self.assertEqual(err.strip(), ("note: " + got["note"]) if got["note"] else "")
 
+    def test_an_address_lists_what_lies_there_as_locate_does(self):
+        b, classes = self.b, tool_json("export")["classes"]
+        memories = {c["name"] for c in classes if c["kind"] == "memory"}
+        b.send("Runtime.enable")
+        start = len(b.events)
+
+        def located(chip, block, address):
+            return tool_json("locate", "--chip", chip, "--block", str(block), str(address))["matches"]
+
+        def ask(text, chip=None, selector="search-chip"):  # typed and answered, then the chip chosen: the list
+            b.js("document.getElementById('search').value = ''")
+            b.type_into("#search", text)
+            b.until("document.getElementById('results').textContent.startsWith('reading')", False)
+            if not chip:
+                return b.each("#results > *", "[e.className, e.textContent]")
+            b.js(f"{{ const s = document.getElementById('{selector}'); s.value = '{chip}'; "
+                 "s.dispatchEvent(new Event('change')) }")
+            b.until(f"document.getElementById('results').textContent.includes(' on {chip}')", True)
+            out = []
+            for href, line in b.each("#results li", "[e.firstChild.getAttribute('href'), e.textContent]"):
+                g = re.fullmatch(r"(\w+) variants? ([\d, -]+?), instance (\d+), sub-block (\d+), "
+                                 r"element (\d+)(?:, entry (\d+))?", line)
+                variants = [v for part in g[2].split(", ") for v in range(int(part.split("-")[0]),
+                                                                            int(part.split("-")[-1]) + 1)]
+                self.assertEqual((f"{g[1]}.html#chip={chip}&variant={variants[0]}", g[1] in memories),
+                                 (href, g[6] is not None), line)
+                out.append({"class": g[1], "variants": variants, "instance": int(g[3]), "subBlock": int(g[4]),
+                            "arrayElement": int(g[5]), "tableEntry": int(g[6] or 0)})
+            return out
+
+        b.go(self.site + "index.html")
+        self.assertEqual(None, b.js("document.querySelector('script[src=\"addresses.js\"]')"))  # read when asked
+        # On the index, the chip beside the box: variants sharing an address, a register, hex, one address in
+        # many sub-blocks, nothing there, no such block.
+        for chip, text, block, address in [
+                ("BCM88860_A0", "617:40000", 617, 40000), ("BCM88690_B0", "1:384", 1, 384),
+                ("BCM88860_A0", "0x269 : 0x132", 617, 0x132), ("BCM88690_B0", "1:270", 1, 270),
+                ("BCM88690_B0", "3:1373", 3, 1373), ("BCM88860_A0", "617:128", 617, 128),
+                ("BCM88860_A0", "999999:1", 999999, 1)]:
+            self.assertEqual(located(chip, block, address), ask(text, chip), text)
+        # A result leads to its class at that chip and variant, where the page's chip is the one asked.
+        self.assertTrue(ask("617:40000", "BCM88860_A0"))
+        b.go(click="#results a")
+        self.assertEqual(["CrpsExpansionMapMem", "BCM88860_A0", 0],
+                         b.js("[document.title, TC.layout().chip, TC.layout().variant]"))
+        self.assertEqual(located("BCM88870_A0", 617, 40000), ask("0x269:40000", "BCM88870_A0", "chip"))
+        # Bad input: one line that names the fault, and nothing thrown.
+        for text, fault in [("617:", "no ADDRESS"), ("x:1", "BLOCK must be a number from 0 to 4294967295, not 'x'"),
+                            ("-1:5", "not '-1'"), ("617:4294967296", "ADDRESS must be a number from 0 to 4294967295"),
+                            ("617:0x", "not '0x'"), ("1:2:3", "is not BLOCK:ADDRESS")]:
+            [(kind, message)] = ask(text)
+            self.assertTrue(kind == "error" and fault in message and "\n" not in message, message)
+        self.assertEqual([], [e for e in b.events[start:] if e.get("method") == "Runtime.exceptionThrown"])
+        # Many addresses of two chips, by the page's lookup: ends and middles of ranges, the gaps beside.
+        queries = []
+        for chip, blocks in [("BCM88860_A0", [617]), ("BCM88690_B0", [3])]:
+            placed = sorted({i["block"] for c in classes for l in c["layouts"] if l["chip"] == chip
+                             for i in l["instances"]})
+            blocks += random.Random(chip).sample(placed, 2)
+            queries += [(chip, max(placed) + 1, 0), (chip, blocks[0], 0xFFFFFFFF)]
+            for block in blocks:
+                ranges = tool_json("locate", "--chip", chip, "--block", str(block))["ranges"]
+                for r in random.Random(block).sample(ranges, min(8, len(ranges))):
+                    ends = {r["first"] - 1, r["first"], (r["first"] + r["last"]) // 2, r["last"], r["last"] + 1}
+                    queries += [(chip, block, a) for a in sorted(ends) if 0 <= a <= 0xFFFFFFFF]
+        got = b.js(f"{json.dumps(queries)}.map(([chip, block, address]) => TC.locate(chip, block, address))")
+        self.assertEqual([located(*q) for q in queries], got)
+        self.assertTrue(any(len(m["variants"]) > 1 for g in got for m in g) and any(not g for g in got))
 
 if __name__ == "__main__":
     ok = unittest.main(exit=False).result.wasSuccessful()

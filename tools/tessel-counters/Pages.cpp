@@ -36,14 +36,22 @@ std::string mapPage(const std::string& title, const std::string& subtitle, const
   return h.str();
 }
 
-std::string sitePageHead(const std::string& title) {
-  return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
-         escapeHtml(title) +
-         "</title>\n<link rel=\"stylesheet\" href=\"site.css\">\n</head>\n<body>\n"
-         "<header><a href=\"index.html\">Counter register reference</a>\n"
-         "<input id=\"search\" type=\"search\" autocomplete=\"off\" "
-         "placeholder=\"Search classes and fields: engine, ENGINE_*_MODE\">\n"
-         "<div id=\"results\"></div></header>\n<main>\n";
+std::string sitePageHead(const std::string& title, const std::vector<std::string>& chips) {
+  std::string h =
+      "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n<title>" +
+      escapeHtml(title) +
+      "</title>\n<link rel=\"stylesheet\" href=\"site.css\">\n</head>\n<body>\n"
+      "<header><a href=\"index.html\">Counter register reference</a>\n"
+      "<input id=\"search\" type=\"search\" autocomplete=\"off\" "
+      "placeholder=\"Search: engine, ENGINE_*_MODE, or BLOCK:ADDRESS like 617:0x9c40\" "
+      "title=\"A part of a class or field name, or a glob with * and ?; or an S-channel "
+      "BLOCK:ADDRESS, decimal or 0x hex, to list what lies there on the chip chosen\">\n";
+  if (!chips.empty()) {
+    h += "<label class=\"search-chip\">chip <select id=\"search-chip\">";
+    for (const auto& chip : chips) h += "<option>" + escapeHtml(chip) + "</option>";
+    h += "</select></label>\n";
+  }
+  return h + "<div id=\"results\"></div></header>\n<main>\n";
 }
 
 std::string sitePageTail() {

@@ -15,7 +15,9 @@ std::string mapPage(const std::string& title, const std::string& subtitle, const
                     const std::vector<Field>& fields);
 
 // A site page up to its main content, with the search box; and its end.
-std::string sitePageHead(const std::string& title);
+// `chips`, where given, fill a chip selector beside the search box for the
+// addresses it looks up (the index page; a class page has its own).
+std::string sitePageHead(const std::string& title, const std::vector<std::string>& chips = {});
 std::string sitePageTail();
 
 }  // namespace Tool

@@ -1,6 +1,7 @@
-// The reference site's pages at work: the search box of every page, and on a
-// class page the chip and variant choice, the tables and bit map of that
-// layout, and the decoder. Plain DOM; nothing is fetched.
+// The reference site's pages at work: the search box of every page (names, or
+// BLOCK:ADDRESS on the chip chosen), and on a class page the chip and variant
+// choice, the tables and bit map of that layout, and the decoder. Plain DOM;
+// nothing is fetched but the site's own addresses.js, by a script element.
 "use strict";
 
 const TC = (() => {
@@ -32,6 +33,7 @@ const TC = (() => {
     const pattern = $("search").value.trim(), out = $("results");
     out.replaceChildren();
     if (!pattern) return;
+    if (pattern.includes(":")) return showLocated(pattern, out);
     const match = matcher(pattern);
     const classes = TC_INDEX.classes.filter((c) => match(c.name));
     const fields = TC_INDEX.fields.filter((f) => match(f.name) || match(f.hardwareName));
@@ -44,6 +46,98 @@ const TC = (() => {
     const count = (n, one, many) => `${n} ${n === 1 ? one : many}`;
     out.append(`${count(classes.length, "class", "classes")} and ${count(fields.length, "field", "fields")} match` +
                (items.length > shown ? `; the first ${shown} shown` : ""), el("ul", {}, ...items.slice(0, shown)));
+  }
+
+  // ---- Locating: what lies at BLOCK:ADDRESS on a chip, by the placements the tool wrote
+  // (addresses.js, loaded when first asked): entry t of element a lies at base + a * stride + t.
+  const U32_MAX = 0xffffffff;
+  const ADDRESS_FORM = "give BLOCK:ADDRESS, each decimal or 0x hex, e.g. 617:40000 or 0x269:0x9c40";
+
+  // Block and address of "BLOCK:ADDRESS"; throws Error with a one-line message.
+  function parseAddress(text) {
+    const parts = text.split(":").map((p) => p.trim());
+    if (parts.length !== 2) throw new Error(`'${text}' is not BLOCK:ADDRESS; ${ADDRESS_FORM}`);
+    const number = (part, what) => {
+      if (!part) throw new Error(`'${text}' has no ${what}; ${ADDRESS_FORM}`);
+      const ok = /^(0x[0-9a-f]+|[0-9]+)$/i.test(part);
+      if (!ok || BigInt(part) > BigInt(U32_MAX))
+        throw new Error(`${what} must be a number from 0 to ${U32_MAX}, not '${part}'; ${ADDRESS_FORM}`);
+      return Number(BigInt(part));
+    };
+    return { block: number(parts[0], "BLOCK"), address: number(parts[1], "ADDRESS") };
+  }
+
+  // Everything at the address of the block, as `locate --json` lists it: by class, instance,
+  // sub-block, element and entry, the variants of each place together.
+  function locate(chip, block, address) {
+    const places = new Map();
+    const rows = TC_ADDRESSES.chips[chip] || [];
+    for (const [c, variants, instance, subBlock, b, base, elements, stride, entries] of rows) {
+      if (b !== block || address < base) continue;
+      const arrayElement = Math.floor((address - base) / stride), tableEntry = (address - base) % stride;
+      if (!(arrayElement < elements && tableEntry < entries)) continue;
+      const m = { class: TC_ADDRESSES.classes[c], variants: [], instance, subBlock, arrayElement, tableEntry };
+      const key = [m.class, instance, subBlock, arrayElement, tableEntry].join(" ");
+      if (!places.has(key)) places.set(key, m);
+      places.get(key).variants.push(...variants);
+    }
+    const order = ["instance", "subBlock", "arrayElement", "tableEntry"];
+    const before = (x, y) => (x.class !== y.class ? (x.class < y.class ? -1 : 1) :
+                              order.map((k) => x[k] - y[k]).find((d) => d) || 0);
+    const out = [...places.values()].sort(before);
+    for (const m of out) m.variants.sort((x, y) => x - y);
+    return out;
+  }
+
+  // "0-7, 16", as the tool writes variants.
+  function variantText(variants) {
+    const out = [];
+    for (let i = 0, j; i < variants.length; i = j + 1) {
+      for (j = i; j + 1 < variants.length && variants[j + 1] === variants[j] + 1; ++j);
+      out.push(j > i ? `${variants[i]}-${variants[j]}` : String(variants[i]));
+    }
+    return out.join(", ");
+  }
+
+  let addressesState = "";  // "", "loading" or "failed"
+  function loadAddresses() {
+    addressesState = "loading";
+    const script = el("script", { src: "addresses.js" });
+    script.onload = showResults;
+    script.onerror = () => { addressesState = "failed"; showResults(); };
+    document.body.append(script);
+  }
+
+  // The chip in the class page's selector, or beside the search box on the index.
+  const chosenChip = () => ($("chip") || $("search-chip")).value;
+
+  function showLocated(text, out) {
+    const line = (message, error) => out.append(el("p", error ? { class: "error" } : {}, message));
+    let q;
+    try {
+      q = parseAddress(text);
+    } catch (e) {
+      return line(e.message, true);
+    }
+    if (typeof TC_ADDRESSES === "undefined") {
+      if (addressesState === "failed")
+        return line("addresses.js, where the classes lie, did not load; write the site again", true);
+      if (!addressesState) loadAddresses();
+      return line("reading where the classes lie\u2026");
+    }
+    const chip = chosenChip(), matches = locate(chip, q.block, q.address);
+    const at = `block ${q.block} address ${hex(q.address)} (${q.address}) on ${chip}`;
+    if (!matches.length) {
+      const empty = !(TC_ADDRESSES.chips[chip] || []).some((p) => p[4] === q.block);
+      return line(`nothing of the catalogue lies at ${at}` +
+                  (empty ? `; nothing lies in block ${q.block} there at all` : ""));
+    }
+    const memory = new Set(TC_INDEX.classes.filter((c) => c.kind === "memory").map((c) => c.name));
+    const items = matches.map((m) => el("li", {},
+      link(m.class + ".html" + stateHash({ chip, variant: m.variants[0] }), m.class),
+      ` ${m.variants.length === 1 ? "variant" : "variants"} ${variantText(m.variants)}, instance ${m.instance}, ` +
+      `sub-block ${m.subBlock}, element ${m.arrayElement}` + (memory.has(m.class) ? `, entry ${m.tableEntry}` : "")));
+    out.append(`${at}:`, el("ul", {}, ...items));
   }
 
   // ---- Decoding, by the rules of `tessel-counters decode`.
@@ -219,6 +313,7 @@ const TC = (() => {
     showDecoded();
     const hit = highlight && $("field-" + highlight);
     if (hit) hit.scrollIntoView({ block: "center" });
+    if ($("search").value.includes(":")) showResults();  // an address is looked up on the chip chosen
   }
 
   function startClassPage() {
@@ -237,6 +332,7 @@ const TC = (() => {
   }
 
   $("search").addEventListener("input", showResults);
+  if ($("search-chip")) $("search-chip").addEventListener("change", showResults);
   if ($("class-data")) startClassPage();
-  return { decode, layout: () => layout, shape: () => shapeOf(layout) };
+  return { decode, locate, layout: () => layout, shape: () => shapeOf(layout) };
 })();
