@@ -73,6 +73,14 @@ class AddressIndex {
   std::size_t entryCount() const;
   const std::vector<Placement>& placements() const { return placements_; }
 
+  // Placements alike but for their variant (the 32 variants of an expansion
+  // map at one place): found and described once.
+  struct Group {
+    std::vector<U32> placements;  // indices into placements(), ascending
+    std::vector<U8> variants;     // theirs, ascending
+  };
+  const std::vector<Group>& groups() const { return groups_; }
+
   // What lies in a segment: per class, instance and sub-block, its variants
   // together, where the segment starts and ends in it.
   struct Stretch {
@@ -86,10 +94,6 @@ class AddressIndex {
   static std::vector<std::string> describe(const Segment& segment);
 
  private:
-  struct Group {  // placements alike but for their variant
-    std::vector<U32> placements;  // ascending
-    std::vector<U8> variants;     // theirs, ascending
-  };
   struct Run {  // contiguous addresses of one group
     U32 block, first, last;
     U32 group;

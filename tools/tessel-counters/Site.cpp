@@ -9,12 +9,11 @@
 #include <iostream>
 #include <map>
 #include <sstream>
-#include <tuple>
 
 #include "AddressIndex.h"
-#include "Files.h"
 #include "Catalog.h"
 #include "Commands.h"
+#include "Files.h"
 #include "Model.h"
 #include "ModelJson.h"
 #include "Pages.h"
@@ -198,20 +197,15 @@ std::string addressData() {
       classes.dump() + ", \"chips\": {";
   const auto chips = knownChips();
   for (std::size_t k = 0; k < chips.size(); ++k) {
-    using Place = std::tuple<U32, U16, U32, U32, U32, U32, U32, U32>;
-    std::vector<Json> rows;
-    std::map<Place, std::size_t> rowOf;
-    for (const auto& p : AddressIndex::of(chips[k]).placements()) {
-      const Place place{p.classIndex, p.instance, p.subBlock, p.block,
-                        p.base,       p.elements, p.stride,   p.entries};
-      const auto [at, added] = rowOf.emplace(place, rows.size());
-      if (added)
-        rows.push_back(Json::array({p.classIndex, Json::array(), p.instance, p.subBlock, p.block,
-                                    p.base, p.elements, p.stride, p.entries}));
-      rows[at->second][1].push_back(p.variant);
-    }
+    const auto& index = AddressIndex::of(chips[k]);
     out += (k ? "],\n" : "\n") + Json(chipName(chips[k])).dump() + ": [";
-    for (std::size_t r = 0; r < rows.size(); ++r) out += (r ? ",\n" : "\n") + rows[r].dump();
+    for (std::size_t g = 0; g < index.groups().size(); ++g) {
+      const auto& group = index.groups()[g];
+      const Placement& p = index.placements()[group.placements.front()];
+      const Json row = {p.classIndex, group.variants, p.instance, p.subBlock, p.block,
+                        p.base,       p.elements,     p.stride,   p.entries};
+      out += (g ? ",\n" : "\n") + row.dump();
+    }
   }
   return out + "]\n}};\n";
 }
