@@ -169,7 +169,8 @@ py::list locate(const py::object& chip, const py::object& block, const py::objec
   const std::string chipText = py::isinstance<py::str>(chip) ? chip.cast<std::string>()
                                                              : intText(chip, "chip");
   const std::string subBlockText = subBlock.is_none() ? "" : intText(subBlock, "sub_block");
-  const auto q = Tool::parseLocate(chipText, intText(block, "block"), intText(address, "address"),
+  const std::string addressText = intText(address, "address");
+  const auto q = Tool::parseLocate(chipText, intText(block, "block"), &addressText,
                                    subBlock.is_none() ? nullptr : &subBlockText);
   py::list out;
   for (const auto& l : q.run())

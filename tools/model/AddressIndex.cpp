@@ -173,7 +173,7 @@ std::vector<AddressIndex::Segment> AddressIndex::blockMap(U32 block, const U32* 
 }
 
 std::pair<const AddressIndex::Segment*, const AddressIndex::Segment*> AddressIndex::neighbours(
-    const std::vector<Segment>& map, U32 address) const {
+    const std::vector<Segment>& map, U32 address) {
   const Segment* below = nullptr;
   const Segment* above = nullptr;
   for (const auto& s : map) {

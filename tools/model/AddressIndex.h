@@ -64,8 +64,8 @@ class AddressIndex {
   // those with a placement on the sub-block if one is given.
   std::vector<Segment> blockMap(U32 block, const U32* subBlock = nullptr) const;
   // The nearest segments below and above the address (null where none).
-  std::pair<const Segment*, const Segment*> neighbours(const std::vector<Segment>& map,
-                                                       U32 address) const;
+  static std::pair<const Segment*, const Segment*> neighbours(const std::vector<Segment>& map,
+                                                              U32 address);
 
   // The blocks with anything of the catalogue, ascending.
   std::vector<U32> blocks() const;

@@ -106,11 +106,11 @@ std::vector<Location> LocateQuery::run() const {
 }
 
 LocateQuery parseLocate(const std::string& chip, const std::string& block,
-                        const std::string& address, const std::string* subBlock) {
+                        const std::string* address, const std::string* subBlock) {
   LocateQuery q{parseChip(chip), 0, 0, subBlock == nullptr, 0};
   q.block = static_cast<U32>(parseNumber(block, "--block", kMaxU32));
   if (subBlock) q.subBlock = static_cast<U32>(parseNumber(*subBlock, "--sub-block", kMaxU32));
-  q.address = static_cast<U32>(parseNumber(address, "ADDRESS", kMaxU32));
+  if (address) q.address = static_cast<U32>(parseNumber(*address, "ADDRESS", kMaxU32));
   return q;
 }
 
@@ -132,7 +132,7 @@ int cmdLocate(const Args& a) {
                   : "--block is required: the S-channel block number of the address");
   const bool json = a.has("--json");
   const bool whole = a.positional.empty();
-  const LocateQuery q = parseLocate(*chip, *block, whole ? "0" : a.positional[0], subBlock);
+  const LocateQuery q = parseLocate(*chip, *block, whole ? nullptr : &a.positional[0], subBlock);
   if (whole) return blockMap(q, json);
 
   const auto matches = q.run();

@@ -10,8 +10,9 @@
 
 namespace Tool {
 
-// A checked lookup: the chip, block and address as the user wrote them, and
-// the sub-block if given (null otherwise). Bad input is a UsageError.
+// A checked lookup: the chip, block and address as the user wrote them (no
+// address: 0, for a block's map), and the sub-block if given (null
+// otherwise). Bad input is a UsageError.
 struct LocateQuery {
   Hardware::ChipType chip;
   U32 block;
@@ -22,7 +23,7 @@ struct LocateQuery {
   std::vector<Location> run() const;
 };
 LocateQuery parseLocate(const std::string& chip, const std::string& block,
-                        const std::string& address, const std::string* subBlock);
+                        const std::string* address, const std::string* subBlock);
 
 // A match as JSON and the module give it: "class", "variants", "instance",
 // "subBlock", "arrayElement" and "tableEntry".
