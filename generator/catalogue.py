@@ -315,8 +315,9 @@ REGISTER_KEYS = {"chips", "layout", "width", "arrayElements", "addrStride", "ins
                  "fieldCount", "address"}
 MEMORY_KEYS = {"chips", "layout", "width", "entries", "arrayElements", "instanceCount",
                "fieldCount", "tableVariantCount", "address"}
-CLASS_KEYS = {"class", "summary", "kind", "storage", "block", "chips", "packed", "geometry",
-              "fields", "indexed", "params", "entry_spans", "note", "vars", "shared_geometry"}
+CLASS_KEYS = {"class", "summary", "variants", "kind", "storage", "block", "chips", "packed",
+              "geometry", "fields", "indexed", "params", "entry_spans", "note", "vars",
+              "shared_geometry"}
 FIELD_KEYS = {"name", "id", "type", "view", "variants", "where", "note"}
 
 # Member names every class has; a field's accessors must not take them.
@@ -416,6 +417,16 @@ class Klass:
         for layout in params:
             if layout not in self.layouts:
                 fail(where, f"params for layout {layout}, which no geometry row uses")
+
+        # What the variants stand for, where a chip has several.
+        self.variants = data.get("variants", "")
+        several = any(v for (_, v) in self.rows)
+        if several and (not isinstance(self.variants, str) or not self.variants.strip()
+                        or "\n" in self.variants):
+            fail(where, "'variants' must be one line that says what each variant is "
+                        "(the class has several on a chip)")
+        if not several and self.variants:
+            fail(where, "'variants' given, but the class has variant 0 alone")
 
         # Fields.
         self.fields = []

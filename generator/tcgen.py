@@ -341,6 +341,7 @@ def description_source(cat):
         kind = "Memory" if k.is_memory else "Register"
         o(f"    {{{json.dumps(k.name)}, ClassKind::{kind}, {json.dumps(k.subsystem)},")
         o(f"     {json.dumps(k.summary)},")
+        o(f"     {json.dumps(k.variants)},")
         o(f"     kPairs{i}, {len(k.rows)}, kFields{i}, {len(k.fields)}}},")
     o("};")
     o()

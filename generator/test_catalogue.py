@@ -112,6 +112,16 @@ class CatalogueChecks(unittest.TestCase):
     def test_storage_disagrees(self):
         self.rejects(GOOD.replace("storage = 8", "storage = 12"), "storage 12", "8")
 
+    def test_several_variants_say_what_each_is(self):
+        several = GOOD.replace('chips = "88690, 88800"\n', 'chips = "88690, 88800 v0-1"\n').replace(
+            '{ chips = "88690", layout', '{ chips = "88690 v0-1", layout').replace(
+            '{ chips = "88800", layout', '{ chips = "88800 v0-1", layout')
+        self.rejects(several, "CrpsEngineCfgProbe", "'variants' must be one line")
+        self.assertEqual("variant v is engine v", self.load(several.replace(
+            'summary = "a probe"', 'summary = "a probe"\nvariants = "variant v is engine v"')).classes[0].variants)
+        self.rejects(GOOD.replace('summary = "a probe"', 'summary = "a probe"\nvariants = "x"'),
+                     "CrpsEngineCfgProbe", "'variants' given, but the class has variant 0 alone")
+
     def test_summary_is_one_line(self):
         for summary in ['', 'summary = ""', 'summary = "a\\nb"']:
             self.rejects(GOOD.replace('summary = "a probe"', summary), "CrpsEngineCfgProbe", "'summary'")

@@ -71,7 +71,9 @@ TEST(Description, PairsAreExactlyTheValidChipsAndVariants) {
   for (U32 i = 0; i < d.classCount; ++i) {
     const auto& c = d.classes[i];
     std::set<std::pair<unsigned, unsigned>> listed;
+    bool several = false;
     for (U32 p = 0; p < c.pairCount; ++p) {
+      several = several || c.pairs[p].variant != 0;
       const auto key = std::make_pair(tc::num(c.pairs[p].chip), unsigned{c.pairs[p].variant});
       if (p) {
         const auto before =
@@ -86,6 +88,9 @@ TEST(Description, PairsAreExactlyTheValidChipsAndVariants) {
                   Hardware::chipTypeVariantValid(c.name, static_cast<Hardware::ChipType>(chip),
                                                  static_cast<U8>(v)))
             << c.name << " chip " << chip << " variant " << v;
+    // What the variants stand for is said exactly where there are such.
+    EXPECT_EQ(several, std::strlen(c.variants) > 0) << c.name;
+    EXPECT_EQ(std::strchr(c.variants, '\n'), nullptr) << c.name;
     pairs += listed.size();
   }
   EXPECT_GT(pairs, d.classCount);

@@ -49,6 +49,7 @@ struct ClassDescription {
   ClassKind kind;
   const char* subsystem;  // "crps", "ingress", "egress" or "status"
   const char* summary;    // one line: what the class holds
+  const char* variants;   // one line: what each variant stands for; "" with variant 0 alone
   const ChipVariant* pairs;  // by chip number, then variant
   U32 pairCount;
   const FieldDescription* fields;  // every field of the class on any chip, by identifier
