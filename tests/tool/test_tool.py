@@ -9,6 +9,7 @@ import itertools
 import json
 import os
 import random
+import re
 import subprocess
 import sys
 import tempfile
@@ -71,25 +72,62 @@ class Output(unittest.TestCase):
         self.assertRegex(out, r"CrpsTypeMapMem +memory +variants 0\n")
         rc, out, _ = run("classes", "--chip", "10")
         self.assertNotIn("CrpsReservedSpare2", out)
+        # A chip number is decimal or 0x hex, as every other number.
+        self.assertEqual(run("classes", "--chip", "10"), run("classes", "--chip", "0x0a"))
+        self.assertEqual(run("classes", "--chip", "10"), run("classes", "--chip", "bcm88690_b0"))
+
+    def test_classes_of_every_chip(self):
+        """Without --chip, every class with its chips and variants, as the chips' lists give them."""
+        rc, out, _ = run("classes")
+        self.assertEqual(0, rc)
+        chips = [l.split()[1] for l in run("chips")[1].splitlines()]
+        per_chip = {c: dict(re.findall(r"^(\w+) +\w+ +variants (\S+)$", run("classes", "--chip", c)[1], re.M))
+                    for c in chips}
+        rows = out.splitlines()
+        self.assertEqual(f"66 classes on {len(chips)} chips", rows[-1])
+        listed = {}
+        for row in rows[:-1]:
+            cls, kind, where = row.split(None, 2)
+            on = {c: v for c, v in ((c, per_chip[c].get(cls)) for c in chips) if v}
+            if where.startswith("on all"):
+                self.assertEqual(set(chips), set(on), cls)
+                self.assertEqual({where.partition(", variants ")[2] or "0"}, set(on.values()), cls)
+            else:
+                self.assertEqual({c: v for c, v in on.items()},
+                                 {m[0]: m[1] or "0" for m in re.findall(r"(\w+)(?: v(\S+?))?(?:,|$)",
+                                                                        where[3:])}, cls)
+            listed[cls] = kind
+        self.assertEqual(66, len(listed))
 
     def test_describe_register(self):
         rc, out, _ = run("describe", "CrpsModulesrcCfg", "--chip", "BCM88690_B0")
         self.assertEqual(0, rc)
-        self.assertIn("CrpsModulesrcCfg on BCM88690_B0 (10) variant 0\n", out)
+        self.assertIn("CrpsModulesrcCfg on BCM88690_B0 (10) variant 0: per-engine module source "
+                      "configuration, one array element per engine\n", out)
+        self.assertIn("  kind            register in crps\n", out)
+        self.assertIn("  chips           all 13\n", out)
+        self.assertNotIn("  variants        ", out)
         self.assertIn("  width           3 words (12 bytes); buffer of the class 16 bytes\n", out)
         self.assertIn("  arrayElements   22\n", out)
-        self.assertIn("  instance 0      subBlock 2, block 1, address 314 to 356\n", out)
-        self.assertIn("  instance 1      subBlock 16, block 8, address 314 to 356\n", out)
+        self.assertIn("  instance 0      subBlock 2, block 1, address 314..356 (0x13a..0x164)\n", out)
+        self.assertIn("  instance 1      subBlock 16, block 8, address 314..356 (0x13a..0x164)\n", out)
         rows = [l.split() for l in out.splitlines() if l.startswith(" " * 18)]
-        self.assertEqual(["modulesrcNMmuxSourceSelect", "409", "0", "5"], rows[0])
-        self.assertEqual(["modulesrcNPhyAddressExceedMask", "410", "61", "5"], rows[-1])
+        self.assertEqual(["modulesrcNMmuxSourceSelect", "MODULESRC_N_MMUX_SOURCE_SELECT", "409", "0", "5"],
+                         rows[0])
+        self.assertEqual(["modulesrcNPhyAddressExceedMask", "MODULESRC_N_PHY_ADDRESS_EXCEED_MASK", "410",
+                          "61", "5"], rows[-1])
         self.assertEqual(6, len(rows))
+        rc, out, _ = run("describe", "CrpsIfAdapterEgqEppCtrCfg", "--chip", "10", "--variant", "3")
+        self.assertIn("  variants        variant v is the register that holds EXPANSION_SELECT_<v>; "
+                      "on BCM88690_B0: 0-23\n", out)
+        rc, out, _ = run("describe", "CrpsReservedSpare2", "--chip", "BCM88850_A0")
+        self.assertIn("  chips           BCM88850_A0, BCM88859_A2\n", out)
 
     def test_describe_memory(self):
         rc, out, _ = run("describe", "CrpsTypeMapMem", "--chip", "11", "--variant", "0")
         self.assertEqual(0, rc)
         self.assertIn("  entries         4\n", out)
-        self.assertIn("  instance 0      subBlock 10, block 5, address 81920 to 82055\n", out)
+        self.assertIn("  instance 0      subBlock 10, block 5, address 81920..82055 (0x14000..0x14087)\n", out)
 
     def test_trace_from_the_environment(self):
         rc, out, err = run("describe", "CrpsEngineInitRequest", "--chip", "BCM88480_B0",
@@ -323,7 +361,7 @@ class Locate(unittest.TestCase):
             self.assertEqual(sorted({m["class"] for m in r["matches"]}),
                              sorted({m["class"] for m in found["matches"]}))
         rc, text, _ = run("locate", "--chip", B, "--block", "617")
-        self.assertEqual(len(ranges), sum(1 for l in text.splitlines() if l.startswith("0x")))
+        self.assertEqual(len(ranges), sum(1 for l in text.splitlines()[1:] if not l.startswith(" ")))
         self.assertIn(f"{len(ranges)} ranges", text.splitlines()[0])
 
     def test_sub_block_keeps_that_sub_block(self):
@@ -338,8 +376,8 @@ class Locate(unittest.TestCase):
     def test_nothing_there_is_status_one_with_the_neighbours(self):
         rc, out, err = run("locate", "--chip", B, "--block", "617", "5000000")
         self.assertEqual((1, ""), (rc, err))
-        self.assertIn("nothing of the catalogue lies at block 617 address 0x4c4b40 (5000000)", out)
-        self.assertIn("nearest below: 0x8000..0xffff", out)
+        self.assertIn("nothing of the catalogue lies at block 617 address 5000000 (0x4c4b40)", out)
+        self.assertIn("nearest below: 32768..65535 (0x8000..0xffff)", out)
         self.assertNotIn("nearest above", out)
         rc, out, err = run("locate", "--chip", B, "--block", "4", "1")
         self.assertEqual((1, ""), (rc, err))
@@ -354,8 +392,13 @@ class Describe(unittest.TestCase):
                 layout = describe(cls, chip)
                 _, text, _ = run("describe", cls, "--chip", chip)
                 rows = [l.split() for l in text.splitlines() if l.startswith(" " * 18)]
-                self.assertEqual([[f["name"], str(f["id"]), str(f["offset"]), str(f["width"])]
-                                  for f in layout["fields"]], rows)
+                self.assertEqual([[f["name"], f["hardwareName"], str(f["id"]), str(f["offset"]),
+                                   str(f["width"])] for f in layout["fields"]], rows)
+                for s in layout["instances"]:
+                    first, last = s["firstAddress"], s["lastAddress"]
+                    span = (f"{first} ({first:#x})" if first == last
+                            else f"{first}..{last} ({first:#x}..{last:#x})")
+                    self.assertIn(f"block {s['block']}, address {span}\n", text)
                 self.assertEqual(len(layout["fields"]), layout["fieldCount"])
                 self.assertEqual(layout["instanceCount"], len(layout["instances"]))
                 self.assertEqual(4 * layout["widthWords"], layout["entryBytes"])
@@ -493,12 +536,13 @@ class Errors(unittest.TestCase):
         self.assertNotIn("Assertion", err)
         for p in parts:
             self.assertIn(p, err)
+        # One sentence, or two joined by ';': no sentence ends inside the line.
+        self.assertNotRegex(err.strip().replace("e.g. ", ""), r"[.?!] ['A-Za-z]")
 
     def test_every_bad_input_is_one_line_and_status_two(self):
         self.check([], "no command given", "--help")
         self.check(["frobnicate"], "unknown command 'frobnicate'", "describe")
         self.check(["frob\nnicate\x01"], r"unknown command 'frob\nnicate\x01'")
-        self.check(["classes"], "--chip is required", "BCM88690_B0")
         self.check(["classes", "--chip", "BCM99999"], "unknown chip 'BCM99999'", "BCM88870_A0")
         self.check(["classes", "--chip", "13"], "unknown chip '13'")
         self.check(["classes", "--chip"], "--chip needs a value")
@@ -508,7 +552,8 @@ class Errors(unittest.TestCase):
         self.check(["describe", "CrpsTypeMapMem", "CrpsTypeMapMem", "--chip", "10"],
                    "unexpected argument", "describe takes one class name")
         self.check(["describe", "crpsTypeMapMem", "--chip", "10"], "unknown class 'crpsTypeMapMem'",
-                   "did you mean CrpsTypeMapMem?")
+                   "(did you mean CrpsTypeMapMem?); 'tessel-counters classes' lists the classes")
+        self.check(["describe", "Bogus", "--chip", "10"], "unknown class 'Bogus'; 'tessel-counters classes'")
         self.check(["describe", "CrpsReservedSpare2", "--chip", "BCM88690_B0"],
                    "CrpsReservedSpare2 does not exist on BCM88690_B0", "BCM88850_A0, BCM88859_A2")
         self.check(["describe", "CrpsTypeMapMem", "--chip", "10", "--variant", "1"],

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 
 namespace Tool {
 
@@ -224,6 +225,15 @@ std::string hexBytes(const U8* bytes, std::size_t count) {
     out += kHexDigits[bytes[i] & 0xf];
   }
   return out;
+}
+
+std::string addressText(U32 first, U32 last) {
+  char text[64];
+  if (first == last)
+    std::snprintf(text, sizeof text, "%u (0x%x)", first, first);
+  else
+    std::snprintf(text, sizeof text, "%u..%u (0x%x..0x%x)", first, last, first, last);
+  return text;
 }
 
 }  // namespace Tool

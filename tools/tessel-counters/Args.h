@@ -62,6 +62,9 @@ std::vector<U8> parseFieldValue(const std::string& text, unsigned width, bool he
 std::string hexValue(const std::vector<U8>& value, unsigned width);
 // The value in decimal, at any width.
 std::string decimalValue(const std::vector<U8>& value);
+// An S-channel address or range as the tool prints it: "540 (0x21c)",
+// "314..356 (0x13a..0x164)".
+std::string addressText(U32 first, U32 last);
 // "ff ff 3f 00": bytes in buffer order.
 std::string hexBytes(const U8* bytes, std::size_t count);
 

@@ -41,10 +41,16 @@ std::string closest(const std::string& wanted, const std::vector<std::string>& n
 }  // namespace
 
 Hardware::ChipType parseChip(const std::string& text) {
-  for (auto chip : knownChips()) {
-    if (upper(text) == chipName(chip) || text == std::to_string(static_cast<unsigned>(chip)))
-      return chip;
+  for (auto chip : knownChips())
+    if (upper(text) == chipName(chip)) return chip;
+  // A number, in the grammar of every other number: decimal or 0x hex.
+  U64 number = 256;
+  try {
+    number = parseNumber(text, "chip", 255);
+  } catch (const UsageError&) {
   }
+  for (auto chip : knownChips())
+    if (number == static_cast<unsigned>(chip)) return chip;
   fail("unknown chip '" + text + "'; known chips: " + chipList());
 }
 
@@ -53,8 +59,8 @@ std::string parseClass(const std::string& text, const std::string& lister) {
   if (std::find(names.begin(), names.end(), text) != names.end()) return text;
   std::string message = "unknown class '" + text + "'";
   const std::string near = closest(text, names);
-  if (!near.empty()) message += "; did you mean " + near + "?";
-  message += " " + lister + " lists the classes of a chip";
+  if (!near.empty()) message += " (did you mean " + near + "?)";
+  message += "; " + lister + " lists the classes";
   fail(message, ErrorKind::UnknownName);
 }
 

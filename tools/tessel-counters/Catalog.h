@@ -15,12 +15,13 @@
 
 namespace Tool {
 
+// A chip by name, in any case, or by number, decimal or 0x hex.
 Hardware::ChipType parseChip(const std::string& text);
 
 // The class name, or a UsageError naming a close one and `lister`, what lists
-// the classes ("'tessel-counters classes --chip CHIP'").
+// the classes ("'tessel-counters classes'").
 std::string parseClass(const std::string& text,
-                       const std::string& lister = "'tessel-counters classes --chip CHIP'");
+                       const std::string& lister = "'tessel-counters classes'");
 
 // One class on one chip and variant, with an accessor over its own buffer.
 struct Target {

@@ -68,10 +68,39 @@ int cmdChips(const Args& a) {
   return 0;
 }
 
+namespace {
+
+// Every class with its kind and where it exists: "on all 13 chips, variants
+// 0-31", or the chips each with its variants where any has more than 0.
+int listClasses() {
+  const auto chips = knownChips();
+  for (const auto& cls : classNames()) {
+    const auto on = chipsOf(cls);
+    std::vector<std::string> variants;
+    for (auto chip : on) variants.push_back(variantText(variantsOf(cls, chip)));
+    const bool alike = std::all_of(variants.begin(), variants.end(),
+                                   [&](const std::string& v) { return v == variants[0]; });
+    std::string where;
+    if (alike && on.size() == chips.size()) {
+      where = "on all " + std::to_string(chips.size()) + " chips";
+      if (variants[0] != "0") where += ", variants " + variants[0];
+    } else {
+      for (std::size_t i = 0; i < on.size(); ++i)
+        where += (i ? ", " : "on ") + chipName(on[i]) +
+                 (alike && variants[0] == "0" ? "" : " v" + variants[i]);
+    }
+    std::printf("%-50s %-8s %s\n", cls.c_str(), kindName(classOf(cls).kind), where.c_str());
+  }
+  std::printf("%zu classes on %zu chips\n", classNames().size(), chips.size());
+  return 0;
+}
+
+}  // namespace
+
 int cmdClasses(const Args& a) {
   noExtraPositionals(a, 0, "classes takes no arguments besides --chip");
   const std::string* chipText = a.get("--chip");
-  if (!chipText) fail("--chip is required; known chips: " + chipList());
+  if (!chipText) return listClasses();
   const auto chip = parseChip(*chipText);
   std::size_t count = 0;
   for (const auto& cls : classNames()) {
@@ -110,28 +139,41 @@ int cmdDescribe(const Args& a) {
   }
 
   const auto& o = *t.object;
+  const auto& cls = classOf(t.cls);
   const bool memory = o.isTable();
   const auto spans = instancesOf(o);
   const auto fields = fieldsOf(t);
-  std::printf("%s on %s (%u) variant %u\n", t.cls.c_str(), chipName(t.chip).c_str(),
-              static_cast<unsigned>(t.chip), static_cast<unsigned>(t.variant));
-  std::printf("  kind            %s\n", kindOf(o).c_str());
-  std::printf("  width           %u words (%u bytes); buffer of the class %u bytes\n", o.width(),
-              t.entryBytes(), o.len());
+  std::printf("%s on %s (%u) variant %u: %s\n", t.cls.c_str(), chipName(t.chip).c_str(),
+              static_cast<unsigned>(t.chip), static_cast<unsigned>(t.variant), cls.summary);
+  std::printf("  kind            %s in %s\n", kindOf(o).c_str(), cls.subsystem);
+  const auto chips = chipsOf(t.cls);
+  std::printf("  chips           %s\n", chips.size() == knownChips().size()
+                                             ? ("all " + std::to_string(chips.size())).c_str()
+                                             : chipsOfClass(t.cls).c_str());
+  if (*cls.variants)
+    std::printf("  variants        %s; on %s: %s\n", cls.variants, chipName(t.chip).c_str(),
+                variantText(variantsOf(t.cls, t.chip)).c_str());
+  std::printf("  width           %u word%s (%u bytes); buffer of the class %u bytes\n", o.width(),
+              o.width() == 1 ? "" : "s", t.entryBytes(), o.len());
   if (memory) std::printf("  entries         %u\n", o.entries());
   std::printf("  arrayElements   %u\n", o.arrayElements());
   if (memory) std::printf("  variants here   %u\n", o.tableVariantCount());
   std::printf("  instanceCount   %u\n", o.instanceCount());
   std::printf("  fieldCount      %u\n", o.fieldCount());
-  for (const auto& s : spans) {
-    std::printf("  instance %-2u     subBlock %u, block %u, address %u", s.identifier, s.subBlock,
-                s.block, s.firstAddress);
-    if (s.lastAddress != s.firstAddress) std::printf(" to %u", s.lastAddress);
-    std::printf("\n");
+  for (const auto& s : spans)
+    std::printf("  instance %-2u     subBlock %u, block %u, address %s\n", s.identifier, s.subBlock,
+                s.block, addressText(s.firstAddress, s.lastAddress).c_str());
+  std::size_t nameWidth = 4, hardwareWidth = 13;
+  for (const auto& f : fields) {
+    nameWidth = std::max(nameWidth, f.name.size());
+    hardwareWidth = std::max(hardwareWidth, f.hardwareName.size());
   }
-  std::printf("  fields          %-48s %6s %7s %6s\n", "name", "id", "offset", "width");
+  const int nw = static_cast<int>(nameWidth), hw = static_cast<int>(hardwareWidth);
+  std::printf("  fields          %-*s  %-*s %6s %7s %6s\n", nw, "name", hw, "hardware name", "id",
+              "offset", "width");
   for (const auto& f : fields)
-    std::printf("                  %-48s %6u %7u %6u\n", f.name.c_str(), f.id, f.offset, f.width);
+    std::printf("                  %-*s  %-*s %6u %7u %6u\n", nw, f.name.c_str(), hw,
+                f.hardwareName.c_str(), f.id, f.offset, f.width);
   return 0;
 }
 

@@ -14,19 +14,6 @@ namespace {
 
 constexpr U64 kMaxU32 = 0xffffffffull;
 
-std::string hexText(U32 n) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%x", n);
-  return text;
-}
-
-// "0x21c (540)" or "0x8000..0xffff (32768..65535)"
-std::string addressText(U32 first, U32 last) {
-  return first == last ? hexText(first) + " (" + std::to_string(first) + ")"
-                       : hexText(first) + ".." + hexText(last) + " (" + rangeText(first, last) +
-                             ")";
-}
-
 std::string matchText(const Location& l) {
   std::string text = std::string(l.cls) + (l.variants.size() == 1 ? " variant " : " variants ") +
                      variantText(l.variants) + ", instance " + std::to_string(l.instance) +
