@@ -429,6 +429,11 @@ class Map(unittest.TestCase):
                     page = h.read()
                 self.assertEqual(len(layout["fields"]), page.count("<tr><td"))
                 self.assertIn("<svg", page)
+                # The page shows its title once, above the picture, and the picture alone.
+                title = f"{cls} \u2014 {layout['chip']} ({layout['chipNumber']}), variant {layout['variant']}"
+                body = page.split("<body>", 1)[1]
+                self.assertEqual(1, body.count(title), title)
+                self.assertIn(title, root.find(self.SVG + "text").text)
 
     def test_stdout(self):
         rc, out, _ = run("map", "CrpsReservedSpare2", "--chip", "12", "--svg", "-")

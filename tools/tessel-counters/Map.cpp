@@ -13,7 +13,8 @@ namespace Tool {
 namespace {
 
 struct Picture {
-  std::string svg;
+  std::string svg;          // headed by the title and subtitle
+  std::string untitledSvg;  // the picture alone
   std::string title;
   std::string subtitle;
 };
@@ -41,6 +42,8 @@ Picture draw(const Target& t) {
     p.subtitle = s.str();
   }
   p.svg = layoutSvg(fields, words, p.title, p.subtitle);
+  // The page heads the picture with the title and subtitle itself.
+  p.untitledSvg = layoutSvg(fields, words, "", "");
   return p;
 }
 
@@ -58,7 +61,7 @@ int cmdMap(const Args& a) {
   const Target t = resolveTarget(a);
   const Picture p = draw(t);
   if (svgPath) writeOut(*svgPath, p.svg);
-  if (htmlPath) writeOut(*htmlPath, mapPage(p.title, p.subtitle, p.svg, fieldsOf(t)));
+  if (htmlPath) writeOut(*htmlPath, mapPage(p.title, p.subtitle, p.untitledSvg, fieldsOf(t)));
   return 0;
 }
 
