@@ -146,6 +146,38 @@ class InChromium(unittest.TestCase):
         urls = [e["params"]["request"]["url"] for e in b.events if e.get("method") == "Network.requestWillBeSent"]
         self.assertTrue(urls and all(u.startswith("file://") for u in urls), urls)
 
+    def test_a_wrong_chip_or_variant_is_told_and_other_chips_are_grouped(self):
+        b, cls = self.b, "CrpsEngineCfg"
+        exported = next(c for c in tool_json("export")["classes"] if c["name"] == cls)
+        first = exported["chips"][0]["chip"]
+        b.go(self.site + "index.html")
+        b.go(self.site + cls + ".html#chip=NOPE")
+        for hash_, words in [("#chip=NOPE", ["has no chip 'NOPE'", f"showing {first}"]),
+                             (f"#chip={first}&variant=7", [f"has no variant '7' on {first}", "variants there: 0"])]:
+            b.js(f"location.hash = {json.dumps(hash_)}")
+            b.until("location.hash + TC.layout().chip", hash_ + first)
+            [notice] = b.each("#notice:not([hidden])")
+            self.assertEqual(1, len(notice.splitlines()))
+            for w in words:
+                self.assertIn(w, notice)
+        b.js(f"location.hash = '#chip={first}&variant=0'")
+        b.until("document.getElementById('notice').hidden", True)
+        # Each field's other chips: a line a group of chips where it lies alike, with their count,
+        # as search tells where the field lies.
+        for f in tool_json("search", "engineNMode")["fields"]:
+            if f["class"] != cls or f["name"] != "engineNMode":
+                continue
+            groups = {}
+            for l in f["layouts"]:
+                chips = {o["chip"] for o in l["on"]} - {first}
+                bits = str(l["offset"]) if l["width"] == 1 else f"{l['offset']}..{l['offset'] + l['width'] - 1}"
+                if chips:
+                    groups[f"bits {bits}: {len(chips)} chip{'s' if len(chips) != 1 else ''}"] = chips
+            cell = f"#field-{f['name']} td:nth-child(7)"
+            self.assertEqual(sorted(groups), sorted(b.each(cell + " summary")))
+            self.assertEqual(set().union(*groups.values()), set(b.each(cell + " a")))
+            self.assertEqual([None] * len(groups), b.each(cell + " details", "e.getAttribute('open')"))
+
     def test_decode_gives_the_tools_values_and_messages(self):
         keys = ("name", "bits", "hex", "decimal", "viewOf", "overlaps")
         for cls, chip, variant in SAMPLES:

@@ -139,7 +139,8 @@ std::string classPage(const ClassModel& c, const ClassesByField& byField) {
   const Shapes shapes = shapesOf(c);
   const auto& note = classOf(c.name);
   std::ostringstream h;
-  h << sitePageHead(c.name) << "<h1>" << c.name << "</h1>\n<p class=\"sub\">"
+  h << sitePageHead(c.name) << "<p id=\"notice\" class=\"error\" hidden></p>\n<h1>" << c.name
+    << "</h1>\n<p class=\"sub\">"
     << (c.memory ? "memory" : "register") << " in " << escapeHtml(note.subsystem) << ": "
     << escapeHtml(note.summary) << "<br>on " << escapeHtml(chipsText(c)) << "</p>\n"
     << "<p class=\"pick\"><label>chip <select id=\"chip\"></select></label>\n"

@@ -207,11 +207,26 @@ const TC = (() => {
   const stateHash = (l, field) => `#chip=${l.chip}&variant=${l.variant}` + (field ? `&field=${field}` : "");
 
   // The layout that the page's address asks for: chip and variant, or the first with the field.
+  // An unknown chip or variant is told in one line above the page, which shows the first chip.
   function fromHash() {
     const want = new URLSearchParams(location.hash.slice(1));
-    const chip = want.get("chip"), variant = Number(want.get("variant")), field = want.get("field");
-    layout = data.layouts.find((l) => l.chip === chip && l.variant === variant) ||
-             data.layouts.find((l) => (!chip || l.chip === chip) && (!field || has(l, field))) || data.layouts[0];
+    const chip = want.get("chip"), variant = want.get("variant"), field = want.get("field");
+    const chips = new Set(data.layouts.map((l) => l.chip));
+    const known = chip !== null && chips.has(chip);
+    let notice = "";
+    if (chip !== null && !known) {
+      notice = `${data.class} has no chip '${chip}'; it exists on ${[...chips].join(", ")}; ` +
+               `showing ${data.layouts[0].chip}`;
+    } else if (known && variant !== null &&
+               !data.layouts.some((l) => l.chip === chip && String(l.variant) === variant)) {
+      const variants = data.layouts.filter((l) => l.chip === chip).map((l) => l.variant);
+      notice = `${data.class} has no variant '${variant}' on ${chip}; its variants there: ${variantText(variants)}`;
+    }
+    $("notice").textContent = notice;
+    $("notice").hidden = !notice;
+    layout = data.layouts.find((l) => l.chip === chip && String(l.variant) === variant) ||
+             data.layouts.find((l) => (!known || l.chip === chip) && (!field || has(l, field))) ||
+             data.layouts.find((l) => !known || l.chip === chip) || data.layouts[0];
     render(field);
   }
 
@@ -244,7 +259,8 @@ const TC = (() => {
       "the instances differ in subBlock and block.";
   }
 
-  // The other chips of the class where the field lies, grouped by its bits there.
+  // The other chips of the class where the field lies, grouped by its bits there: a line a
+  // group with its count, the chips' links behind a toggle.
   function whereElse(name) {
     const groups = new Map();
     for (const l of data.layouts) {
@@ -254,12 +270,11 @@ const TC = (() => {
       if (!groups.has(bits)) groups.set(bits, new Map());
       if (!groups.get(bits).has(l.chip)) groups.get(bits).set(l.chip, l);
     }
-    const out = [];
-    for (const [bits, chips] of groups) {
-      out.push(out.length ? "; " : "", `bits ${bits}: `);
-      [...chips.values()].forEach((l, i) => out.push(i ? " " : "", link(stateHash(l, name), l.chip)));
-    }
-    return out;
+    return [...groups].map(([bits, chips]) => {
+      const links = [...chips.values()].flatMap((l, i) => [i ? " " : "", link(stateHash(l, name), l.chip)]);
+      const count = `bits ${bits}: ${chips.size} chip${chips.size === 1 ? "" : "s"}`;
+      return el("details", {}, el("summary", {}, count), ...links);
+    });
   }
 
   function fieldTable(highlight) {
