@@ -532,6 +532,25 @@ class Catalogue(unittest.TestCase):
         self.assertEqual((0, f"{A} -> {A}: the same in all {same} classes\n"), run("diff", "--chip", A, "--to", A)[:2])
 
 
+class Readme(unittest.TestCase):
+    def test_the_readmes_examples_are_what_the_tool_prints(self):
+        """Every '$ tessel-counters ...' of the README, run; its lines are the output's, in order,
+        where a '...' line stands for any number of lines."""
+        with open(os.path.join(HERE, "..", "..", "README.md")) as f:
+            readme = f.read()
+        examples = 0
+        fenced = readme.split("\n```")[1::2]  # the insides of the fenced blocks, language first
+        for block in (b.partition("\n")[2] + "\n" for b in fenced):
+            for command, shown in re.findall(r"^\$ tessel-counters (.*)\n((?:(?!\$ ).*\n)*)", block, re.M):
+                rc, out, err = run(*command.split())
+                self.assertEqual(0, rc, (command, err))
+                pattern = "".join(".*\n" if l == "..." else re.escape(l) + "\n" for l in shown.splitlines())
+                pattern = pattern.replace(".*\n", "(?:.*\n)*?")
+                self.assertRegex(out, "^" + pattern + "$", command)
+                examples += 1
+        self.assertGreaterEqual(examples, 4)
+
+
 class Errors(unittest.TestCase):
     def check(self, args, *parts):
         rc, out, err = run(*args)

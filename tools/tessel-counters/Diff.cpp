@@ -77,7 +77,11 @@ std::vector<std::string> changeLines(const LayoutDiff& d) {
     std::string what =
         g.instance < 0 ? g.property : "instance " + std::to_string(g.instance) + " " + g.property;
     what.resize(std::max<std::size_t>(what.size() + 1, 20), ' ');
-    lines.push_back(what + std::to_string(g.from) + " -> " + std::to_string(g.to));
+    const auto value = [&g](U64 v) {
+      return g.property == "address" ? addressText(static_cast<U32>(v), static_cast<U32>(v))
+                                     : std::to_string(v);
+    };
+    lines.push_back(what + value(g.from) + " -> " + value(g.to));
   }
   for (const auto& c : d.fields) {
     const Field& f = c.kind == FieldChange::Added ? c.to : c.from;
