@@ -306,7 +306,7 @@ def class_list_source(cat):
     return o.text()
 
 
-def description_source(cat):
+def description_source(cat, version):
     """The catalogue as constant data for the public description: chips, and
     per class its kind, subsystem, summary, (chip, variant) pairs and fields."""
     classes = sorted(cat.classes, key=lambda k: k.name.encode())
@@ -346,7 +346,8 @@ def description_source(cat):
     o("};")
     o()
     o("constexpr CatalogueDescription kCatalogue = {")
-    o("    kChips, sizeof(kChips) / sizeof(kChips[0]), kClasses, sizeof(kClasses) / sizeof(kClasses[0])};")
+    o("    kChips, sizeof(kChips) / sizeof(kChips[0]), kClasses, sizeof(kClasses) / sizeof(kClasses[0]),")
+    o(f"    {json.dumps(version)}}};")
     o()
     o("}  // namespace")
     o()
@@ -393,7 +394,7 @@ def umbrella(cat):
     return o.text()
 
 
-def outputs(cat):
+def outputs(cat, version="0"):
     """{relative path: text-producing function}."""
     emitter = Emitter(cat)
     files = {}
@@ -415,7 +416,7 @@ def outputs(cat):
     for i, chunk in enumerate(factory_chunks(cat)):
         files[f"src/FactoryMakers{i}.cpp"] = (lambda chunk=chunk: factory_makers(chunk))
     files["src/Classes.cpp"] = lambda: class_list_source(cat)
-    files["src/Description.cpp"] = lambda: description_source(cat)
+    files["src/Description.cpp"] = lambda: description_source(cat, version)
     files["include/TesselCountersOrrery.h"] = lambda: umbrella(cat)
     for k in cat.classes:
         files[f"include/Hardware/{k.name}.h"] = (lambda k=k: emitter.header(k))
@@ -429,13 +430,14 @@ def main():
     p.add_argument("--out", help="output directory")
     p.add_argument("--list", action="store_true", help="print the .cpp files to be generated")
     p.add_argument("--check", action="store_true", help="validate only")
+    p.add_argument("--version", default="0", help="the library's version, which the description holds")
     args = p.parse_args()
     try:
         cat = Catalogue(args.root)
     except CatalogueError as e:
         print(f"catalogue error: {e}", file=sys.stderr)
         return 1
-    files = outputs(cat)
+    files = outputs(cat, args.version)
     if args.check:
         print(f"catalogue ok: {len(cat.classes)} classes, "
               f"{sum(len(k.fields) for k in cat.classes)} fields")

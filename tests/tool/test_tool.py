@@ -532,6 +532,31 @@ class Catalogue(unittest.TestCase):
         self.assertEqual((0, f"{A} -> {A}: the same in all {same} classes\n"), run("diff", "--chip", A, "--to", A)[:2])
 
 
+class Help(unittest.TestCase):
+    def test_each_command_tells_its_usage_and_the_options_it_takes(self):
+        rc, usage, _ = run("--help")
+        commands = sorted(set(re.findall(r"^  tessel-counters (\w+)", usage, re.M)) - {"COMMAND"})
+        self.assertGreaterEqual(len(commands), 12)
+        for command in commands:
+            with self.subTest(command=command):
+                rc, out, err = run(command, "--help")
+                self.assertEqual((0, ""), (rc, err))
+                self.assertTrue(out.startswith(f"usage: tessel-counters {command}"), out)
+                listed = re.findall(r"^  (--[\w-]+)", out, re.M)
+                self.assertEqual("--help", listed[-1])
+                # What the parser takes is what the help lists: an unknown option's message
+                # names the same options.
+                rc, _, err = run(command, "--no-such-option")
+                self.assertEqual(2, rc)
+                taken = err.partition("this command takes ")[2].strip()
+                self.assertEqual(", ".join(listed[:-1]) or "no options", taken, err)
+
+    def test_version_is_the_projects(self):
+        with open(os.path.join(HERE, "..", "..", "CMakeLists.txt")) as f:
+            version = re.search(r"project\(TesselCountersOrrery VERSION (\S+)", f.read()).group(1)
+        self.assertEqual((0, f"tessel-counters {version}\n", ""), run("--version"))
+
+
 class Readme(unittest.TestCase):
     def test_the_readmes_examples_are_what_the_tool_prints(self):
         """Every '$ tessel-counters ...' of the README, run; its lines are the output's, in order,

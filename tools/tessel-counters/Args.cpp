@@ -52,9 +52,11 @@ Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& 
       arg = arg.substr(0, eq);
       inlineValue = true;
     }
-    auto option = std::find_if(allowed.begin(), allowed.end(),
-                               [&](const OptionSpec& o) { return o.name == arg; });
-    if (option == allowed.end()) {
+    static const OptionSpec help{"--help", false, ""};
+    const auto found = std::find_if(allowed.begin(), allowed.end(),
+                                    [&](const OptionSpec& o) { return o.name == arg; });
+    const OptionSpec* option = arg == help.name ? &help : found == allowed.end() ? nullptr : &*found;
+    if (!option) {
       std::string list;
       for (const auto& o : allowed) list += (list.empty() ? "" : ", ") + o.name;
       fail("unknown option " + arg +

@@ -31,6 +31,7 @@ struct UsageError {
 struct OptionSpec {
   std::string name;  // "--chip"
   bool takesValue;   // false for switches such as "--json"
+  std::string help;  // "--chip CHIP  the chip, by name or number": what `COMMAND --help` prints
 };
 
 struct Args {
@@ -41,6 +42,8 @@ struct Args {
   const std::string* get(const std::string& option) const;
 };
 
+// The arguments from argv[first] on. Besides the options allowed, every
+// command takes "--help" (a switch).
 Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& allowed);
 
 // A whole number, decimal or 0x-prefixed hex, from 0 to max.

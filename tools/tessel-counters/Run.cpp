@@ -5,61 +5,123 @@
 #include <vector>
 
 #include "Args.h"
+#include "Catalogue.h"
 #include "Commands.h"
 
 namespace Tool {
 
 namespace {
 
-const char* const kUsage =
-    "usage:\n"
-    "  tessel-counters chips\n"
-    "      the chip models the library knows\n"
-    "  tessel-counters classes --chip CHIP\n"
-    "      the registers and memories that exist on a chip, with their variants\n"
-    "  tessel-counters describe CLASS --chip CHIP [--variant V] [--json]\n"
-    "      geometry, S-channel addresses and field table of a class on a chip\n"
-    "  tessel-counters decode CLASS --chip CHIP [--variant V] [--json] HEX\n"
-    "      every field of the entry in HEX: bits, width, hex and decimal value;\n"
-    "      fields that are views of other fields' bits are indented under them,\n"
-    "      and set bits that belong to no field are listed\n"
-    "  tessel-counters encode CLASS --chip CHIP [--variant V] [--from HEX] FIELD=VALUE...\n"
-    "      the entry's bytes (as HEX) after writing the fields, starting from\n"
-    "      --from or from zeros\n"
-    "  tessel-counters address CLASS --chip CHIP [--variant V] [--instance I]\n"
-    "                          [--entry T] [--array A]\n"
-    "  tessel-counters address CLASS --chip CHIP [--variant V] --all\n"
-    "      S-channel address, subBlock and block of one instance, table entry and\n"
-    "      array element (each 0 if not given), or a table of all of them\n"
-    "  tessel-counters map CLASS --chip CHIP [--variant V] [--svg FILE] [--html FILE]\n"
-    "      a picture of the layout, one row per 32-bit word; FILE '-' is stdout\n"
-    "  tessel-counters search PATTERN [--chip CHIP] [--json]\n"
-    "      classes and fields whose name or hardware name holds PATTERN, any case,\n"
-    "      or matches it whole as a glob with * and ?; each field with its bits on\n"
-    "      every chip and variant\n"
-    "  tessel-counters diff CLASS --chip A [--variant V] --to B [--to-variant W] [--json]\n"
-    "  tessel-counters diff --chip A --to B [--json]\n"
-    "      what changes from A to B: geometry, and fields added, removed, moved or\n"
-    "      resized; without CLASS, every class of the two chips that differs, with\n"
-    "      its moved and resized fields. Exit status 0 either way\n"
-    "  tessel-counters export --json [--chip CHIP]\n"
-    "      the catalogue as JSON, in the format of catalogue.schema.json\n"
-    "  tessel-counters export --c-header --chip CHIP [--class CLASS]\n"
-    "      a C header of the chip's classes: offset, width and mask of every field,\n"
-    "      and the address constants of each class\n"
-    "  tessel-counters site DIR\n"
-    "      a reference site of the whole catalogue in DIR (made if missing), to\n"
-    "      open from DIR/index.html: the classes by subsystem, a page per class\n"
-    "      with geometry, addresses, bit map, fields and a decoder on each chip and\n"
-    "      variant, and a search over classes and fields on every page\n"
-    "  tessel-counters locate --chip CHIP --block BLOCK [--sub-block SB] [ADDRESS] [--json]\n"
-    "      what lies at an S-channel address: class, variants, instance, sub-block,\n"
-    "      array element and table entry; exit 1 if nothing does, with what lies\n"
-    "      nearest below and above. Without ADDRESS, the block's whole map: every\n"
-    "      range of addresses in order with what lies there, and the gaps\n"
-    "\n"
-    "CHIP is a chip name (BCM88690_B0) or its number (10). Without --variant the\n"
-    "class's first variant on the chip is used, with a note if it has several.\n"
+// One row per command: its name, its usage lines, what it does, its options
+// with their help, and what runs it. `--help`, of the tool or of a command,
+// and the parser read this one table.
+struct Command {
+  const char* name;
+  const char* usage;  // after "tessel-counters ", one line or several
+  const char* about;  // what it does, lines of at most 72 characters
+  std::vector<OptionSpec> options;
+  int (*run)(const Args&);
+};
+
+const std::vector<Command>& commands() {
+  const OptionSpec chip{"--chip", true, "--chip CHIP      the chip, by name (BCM88690_B0) or number (10, 0x0a)"};
+  const OptionSpec variant{"--variant", true,
+                           "--variant V      the class's variant (default: its first on the chip)"};
+  const OptionSpec json{"--json", false, "--json           the answer as JSON"};
+  static const std::vector<Command> table = {
+      {"chips", "chips", "the chip models the library knows", {}, cmdChips},
+      {"classes", "classes [--chip CHIP]",
+       "the registers and memories, with their kind and chips, or those that\n"
+       "exist on a chip, with their variants",
+       {chip},
+       cmdClasses},
+      {"describe", "describe CLASS --chip CHIP [--variant V] [--json]",
+       "what the class holds, its chips and variants, geometry, S-channel\n"
+       "addresses and field table on a chip",
+       {chip, variant, json},
+       cmdDescribe},
+      {"decode", "decode CLASS --chip CHIP [--variant V] [--json] HEX",
+       "every field of the entry in HEX: bits, width, hex and decimal value;\n"
+       "fields that are views of other fields' bits are indented under them,\n"
+       "and set bits that belong to no field are listed",
+       {chip, variant, json},
+       cmdDecode},
+      {"encode", "encode CLASS --chip CHIP [--variant V] [--from HEX] FIELD=VALUE...",
+       "the entry's bytes (as HEX) after writing the fields, starting from\n"
+       "--from or from zeros",
+       {chip, variant, {"--from", true, "--from HEX       the entry to start from"}},
+       cmdEncode},
+      {"address",
+       "address CLASS --chip CHIP [--variant V] [--instance I] [--entry T] [--array A]\n"
+       "address CLASS --chip CHIP [--variant V] --all",
+       "S-channel address, subBlock and block of one instance, table entry and\n"
+       "array element (each 0 if not given), or a table of all of them",
+       {chip,
+        variant,
+        {"--instance", true, "--instance I     the block instance (identifier)"},
+        {"--entry", true, "--entry T        the table entry of a memory"},
+        {"--array", true, "--array A        the array element"},
+        {"--all", false, "--all            every instance and array element"}},
+       cmdAddress},
+      {"map", "map CLASS --chip CHIP [--variant V] [--svg FILE] [--html FILE]",
+       "a picture of the layout, one row per 32-bit word; FILE '-' is stdout",
+       {chip,
+        variant,
+        {"--svg", true, "--svg FILE       the picture as SVG"},
+        {"--html", true, "--html FILE      the picture and the field table as a page"}},
+       cmdMap},
+      {"search", "search PATTERN [--chip CHIP] [--json]",
+       "classes and fields whose name or hardware name holds PATTERN, any case,\n"
+       "or matches it whole as a glob with * and ?; each field with its bits on\n"
+       "every chip and variant",
+       {chip, json},
+       cmdSearch},
+      {"diff",
+       "diff CLASS --chip A [--variant V] --to B [--to-variant W] [--json]\n"
+       "diff --chip A --to B [--json]",
+       "what changes from A to B: geometry, and fields added, removed, moved or\n"
+       "resized; without CLASS, every class of the two chips that differs, with\n"
+       "its moved and resized fields. Exit status 0 either way",
+       {chip,
+        variant,
+        {"--to", true, "--to CHIP        the chip to compare with"},
+        {"--to-variant", true, "--to-variant W   the variant on that chip"},
+        json},
+       cmdDiff},
+      {"export", "export --json [--chip CHIP]\nexport --c-header --chip CHIP [--class CLASS]",
+       "the catalogue as JSON, in the format of catalogue.schema.json, or a C\n"
+       "header of a chip's classes: offset, width and mask of every field, and\n"
+       "the address constants of each class",
+       {json,
+        {"--c-header", false, "--c-header       a C header of one chip"},
+        chip,
+        {"--class", true, "--class CLASS    the header of one class"}},
+       cmdExport},
+      {"site", "site DIR",
+       "a reference site of the whole catalogue in DIR (made if missing), to\n"
+       "open from DIR/index.html: the classes by subsystem, a page per class\n"
+       "with geometry, addresses, bit map, fields and a decoder on each chip and\n"
+       "variant, and a search over classes, fields and addresses on every page",
+       {},
+       cmdSite},
+      {"locate", "locate --chip CHIP --block BLOCK [--sub-block SB] [ADDRESS] [--json]",
+       "what lies at an S-channel address: class, variants, instance, sub-block,\n"
+       "array element and table entry; exit 1 if nothing does, with what lies\n"
+       "nearest below and above. Without ADDRESS, the block's whole map: every\n"
+       "range of addresses in order with what lies there, and the gaps",
+       {chip,
+        {"--block", true, "--block BLOCK    the S-channel block number"},
+        {"--sub-block", true, "--sub-block SB   the sub-block (default: every one)"},
+        json},
+       cmdLocate},
+  };
+  return table;
+}
+
+const char* const kNotes =
+    "CHIP is a chip name (BCM88690_B0) or its number (10 or 0x0a). Without\n"
+    "--variant the class's first variant on the chip is used, with a note if it\n"
+    "has several. Every number is decimal, or hex after 0x.\n"
     "\n"
     "HEX is the entry's bytes in buffer order, byte 0 (bits 0..7) first, as a hex\n"
     "dump shows them: '0x01020304', '01020304', '01 02 03 04' and '01:02:03:04' are\n"
@@ -72,37 +134,35 @@ const char* const kUsage =
     "\n"
     "Bad input ends with one line on stderr and exit status 2.\n";
 
-// One row per command: its name, its options and what runs it.
-struct Command {
-  const char* name;
-  std::vector<OptionSpec> options;
-  int (*run)(const Args&);
-};
+// The lines of `text`, each after `indent`.
+std::string indented(const std::string& text, const std::string& indent) {
+  std::string out;
+  std::size_t start = 0;
+  while (start < text.size()) {
+    const std::size_t end = text.find('\n', start);
+    out += indent + text.substr(start, end - start) + "\n";
+    if (end == std::string::npos) break;
+    start = end + 1;
+  }
+  return out;
+}
 
-const std::vector<Command>& commands() {
-  const OptionSpec chip{"--chip", true}, variant{"--variant", true}, json{"--json", false};
-  static const std::vector<Command> table = {
-      {"chips", {}, cmdChips},
-      {"classes", {chip}, cmdClasses},
-      {"describe", {chip, variant, json}, cmdDescribe},
-      {"decode", {chip, variant, json}, cmdDecode},
-      {"encode", {chip, variant, {"--from", true}}, cmdEncode},
-      {"address",
-       {chip,
-        variant,
-        {"--instance", true},
-        {"--entry", true},
-        {"--array", true},
-        {"--all", false}},
-       cmdAddress},
-      {"map", {chip, variant, {"--svg", true}, {"--html", true}}, cmdMap},
-      {"search", {chip, json}, cmdSearch},
-      {"diff", {chip, variant, {"--to", true}, {"--to-variant", true}, json}, cmdDiff},
-      {"export", {json, {"--c-header", false}, chip, {"--class", true}}, cmdExport},
-      {"site", {}, cmdSite},
-      {"locate", {chip, {"--block", true}, {"--sub-block", true}, json}, cmdLocate},
-  };
-  return table;
+std::string toolUsage() {
+  std::string out = "usage:\n";
+  for (const auto& c : commands())
+    out += indented(c.usage, "  tessel-counters ") + indented(c.about, "      ");
+  return out + "  tessel-counters COMMAND --help\n      one command's usage and options\n"
+               "  tessel-counters --version\n      the library's version\n\n" +
+         kNotes;
+}
+
+std::string commandUsage(const Command& c) {
+  std::string out = indented(c.usage, "usage: tessel-counters ") + "\n" + c.about + "\n";
+  if (!c.options.empty()) {
+    out += "\noptions:\n";
+    for (const auto& o : c.options) out += "  " + o.help + "\n";
+  }
+  return out + "  --help           this text\n";
 }
 
 std::string commandList() {
@@ -121,12 +181,23 @@ int run(int argc, char** argv) {
   }
   const std::string command = argv[1];
   if (command == "--help" || command == "-h" || command == "help") {
-    std::cout << kUsage;
+    std::cout << toolUsage();
+    return 0;
+  }
+  if (command == "--version") {
+    std::cout << "tessel-counters " << Hardware::catalogueDescription().version << "\n";
     return 0;
   }
   try {
-    for (const auto& c : commands())
-      if (command == c.name) return c.run(parseArgs(argc, argv, 2, c.options));
+    for (const auto& c : commands()) {
+      if (command != c.name) continue;
+      const Args args = parseArgs(argc, argv, 2, c.options);
+      if (args.has("--help")) {
+        std::cout << commandUsage(c);
+        return 0;
+      }
+      return c.run(args);
+    }
     fail("unknown command '" + command + "'; commands: " + commandList());
   } catch (const UsageError& e) {
     std::cerr << "tessel-counters: " << e.message << "\n";

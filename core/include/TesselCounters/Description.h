@@ -61,6 +61,7 @@ struct CatalogueDescription {
   U32 chipCount;
   const ClassDescription* classes;  // in ASCII order of their names
   U32 classCount;
+  const char* version;  // the library's, "1.0.0"
 };
 
 // The whole catalogue.
