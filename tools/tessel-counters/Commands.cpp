@@ -218,14 +218,16 @@ int cmdDecode(const Args& a) {
               chipName(t.chip).c_str(), static_cast<unsigned>(t.variant), kindOf(o).c_str(),
               o.width(), o.width() == 1 ? "" : "s", t.entryBytes());
   std::printf("bytes %s\n", hexBytes(bytes.data(), bytes.size()).c_str());
-  std::size_t nameWidth = 5, hexWidth = 3;
+  std::size_t nameWidth = 5, hardwareWidth = 13, hexWidth = 3;
   for (std::size_t i = 0; i < fields.size(); ++i) {
     nameWidth =
         std::max(nameWidth, 2 * static_cast<std::size_t>(views[i].depth) + fields[i].name.size());
+    hardwareWidth = std::max(hardwareWidth, fields[i].hardwareName.size());
     hexWidth = std::max(hexWidth, hexValue(values[i], fields[i].width).size());
   }
-  std::printf("\n%-10s %5s  %-*s  %-*s  %s\n", "bits", "width", static_cast<int>(nameWidth),
-              "field", static_cast<int>(hexWidth), "hex", "decimal");
+  std::printf("\n%-10s %5s  %-*s  %-*s  %-*s  %s\n", "bits", "width", static_cast<int>(nameWidth),
+              "field", static_cast<int>(hardwareWidth), "hardware name", static_cast<int>(hexWidth),
+              "hex", "decimal");
   bool anyView = false;
   for (std::size_t i = 0; i < fields.size(); ++i) {
     const auto& f = fields[i];
@@ -235,10 +237,12 @@ int cmdDecode(const Args& a) {
     for (int c : views[i].crosses)
       note += (note.empty() ? "  overlaps " : ", ") + fields[static_cast<std::size_t>(c)].name;
     anyView = anyView || views[i].parent >= 0 || !note.empty();
-    std::printf(
-        "%-10s %5u  %-*s  %-*s  %s%s\n", rangeText(f.offset, f.offset + f.width - 1u).c_str(),
-        f.width, static_cast<int>(nameWidth), name.c_str(), static_cast<int>(hexWidth),
-        hexValue(values[i], f.width).c_str(), decimalValue(values[i]).c_str(), note.c_str());
+    std::printf("%-10s %5u  %-*s  %-*s  %-*s  %s%s\n",
+                rangeText(f.offset, f.offset + f.width - 1u).c_str(), f.width,
+                static_cast<int>(nameWidth), name.c_str(), static_cast<int>(hardwareWidth),
+                f.hardwareName.c_str(), static_cast<int>(hexWidth),
+                hexValue(values[i], f.width).c_str(), decimalValue(values[i]).c_str(),
+                note.c_str());
   }
   if (fields.empty()) std::printf("(no fields on this chip and variant)\n");
   if (anyView) std::printf("\nindented fields are views of bits of the field above them\n");
