@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cctype>
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
@@ -127,9 +128,40 @@ void note(const std::string& text) {
   (void)ignored;
 }
 
+namespace {
+
+// The parameters of the function an assertion names, in one spelling for
+// every compiler: clang qualifies types that GCC doesn't and puts a space
+// before "*" and "&". "(const void *, Hardware::ChipType, U32 &)" becomes
+// "(const void*, ChipType, U32&)": the types without namespaces or space.
+std::string sameParameters(const std::string& line) {
+  const std::size_t end = line.rfind(": Assertion `");
+  const std::size_t start = line.find(": ");
+  const std::size_t open = line.find('(', start);
+  if (end == std::string::npos || start >= end || open > end) return line;
+  std::string params;
+  for (std::size_t i = open; i < end; ++i) {
+    const char c = line[i];
+    if (c == ' ' && i + 1 < end && (line[i + 1] == '*' || line[i + 1] == '&')) continue;
+    params += c;
+    // A qualified name keeps its last part.
+    if (c == ':' && i + 1 < end && line[i + 1] == ':') {
+      std::size_t first = params.size() - 1;
+      while (first > 0 && (std::isalnum(static_cast<unsigned char>(params[first - 1])) ||
+                           params[first - 1] == '_'))
+        --first;
+      params.erase(first);
+      ++i;
+    }
+  }
+  return line.substr(0, open) + params + line.substr(end);
+}
+
+}  // namespace
+
 // "<prog>: TesselCountersMetaInfo:1234: ..." becomes "TesselCountersMetaInfo:N: ...",
 // and the trace prefix "... TesselCountersMetaInfo:1234 f: " becomes "... TesselCountersMetaInfo:N
-// f: ".
+// f: "; an assertion's function has its parameters spelt as sameParameters() spells them.
 std::string normalise(const std::string& line) {
   static const std::string prog = std::string(program_invocation_short_name) + ": ";
   static const std::string unit = "TesselCountersMetaInfo:";
@@ -141,7 +173,7 @@ std::string normalise(const std::string& line) {
     while (end < s.size() && s[end] >= '0' && s[end] <= '9') ++end;
     if (end > pos) s.replace(pos, end - pos, "N");
   }
-  return s;
+  return sameParameters(s);
 }
 
 }  // namespace ApiDump

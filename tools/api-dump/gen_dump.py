@@ -244,7 +244,12 @@ def main(argv):
     parser.add_argument("--queries-only", action="store_true",
                         help="static queries and constructor only, no field tables")
     args = parser.parse_args(argv)
-    pathlib.Path(args.out).write_text(generate(args.build, args.queries_only))
+    out = pathlib.Path(args.out)
+    text = generate(args.build, args.queries_only)
+    # An unchanged file keeps its time, so a build run at configure time
+    # doesn't compile it again.
+    if not out.exists() or out.read_text() != text:
+        out.write_text(text)
     return 0
 
 
