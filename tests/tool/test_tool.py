@@ -46,12 +46,13 @@ VIEW_TARGETS = [
 ]
 
 
-def run(*args, env=None):
+def run(*args, env=None, stdin=None, stdout=subprocess.PIPE):
     full_env = dict(os.environ)
     full_env.pop("WISP_TRACE", None)
     if env:
         full_env.update(env)
-    p = subprocess.run([TOOL, *args], capture_output=True, text=True, env=full_env, timeout=60)
+    p = subprocess.run([TOOL, *args], stdout=stdout, stderr=subprocess.PIPE, text=True, env=full_env,
+                       timeout=60, input=stdin)
     return p.returncode, p.stdout, p.stderr
 
 
@@ -482,6 +483,70 @@ class Catalogue(unittest.TestCase):
             self.assertRegex(out, rf"\n{cls} .*\n(    .*\n)*    (moved|resized) +{names[i]} ")
         same = len({c for c, chip, _ in self.layouts if chip == A})
         self.assertEqual((0, f"{A} -> {A}: the same in all {same} classes\n"), run("diff", "--chip", A, "--to", A)[:2])
+
+
+class NoOutputLost(unittest.TestCase):
+    def test_a_full_disk_is_an_error_and_a_closed_pipe_is_quiet(self):
+        with open("/dev/full", "w") as full:
+            for args in [["export", "--json"], ["chips"], ["address", "CrpsTypeMapMem", "--chip", "10", "--all"],
+                         ["map", "CrpsEngineCfg", "--chip", "10", "--svg", "-"]]:
+                rc, out, err = run(*args, stdout=full)
+                self.assertEqual(2, rc, args)
+                self.assertEqual("tessel-counters: cannot write standard output: No space left on device\n", err)
+        rc, _, err = run("map", "CrpsEngineCfg", "--chip", "10", "--svg", "/dev/full")
+        self.assertEqual((2, "tessel-counters: cannot write '/dev/full': No space left on device\n"), (rc, err))
+        for ignored in (False, True):  # also where the parent ignores SIGPIPE
+            p = subprocess.Popen([TOOL, "export", "--json"], stdout=subprocess.PIPE,
+                                 stderr=subprocess.PIPE, restore_signals=not ignored)
+            p.stdout.readline()
+            p.stdout.close()
+            self.assertEqual(b"", p.stderr.read())
+            self.assertIn(p.wait(timeout=60), (-13, 141))
+            p.stderr.close()
+
+    def test_files_are_written_whole_or_not_at_all(self):
+        with tempfile.TemporaryDirectory() as d:
+            keep, other = os.path.join(d, "keep.svg"), os.path.join(d, "other.html")
+            for path in (keep, other):
+                with open(path, "w") as f:
+                    f.write("mine")
+            os.chmod(keep, 0o640)
+            m = ["map", "CrpsEngineCfg", "--chip", "10"]
+            for args, part in [(["--svg", keep, "--html", os.path.join(d, "nodir", "x.html")], "cannot write"),
+                               (["--svg", keep, "--html", keep], "are the same file"),
+                               (["--svg", other, "--html", os.path.join(d, ".", "other.html")], "are the same file"),
+                               (["--svg", keep, "--html", "/dev/full"], "No space left")]:
+                rc, _, err = run(*m, *args)
+                self.assertEqual(2, rc)
+                self.assertIn(part, err)
+                self.assertEqual(["keep.svg", "other.html"], sorted(os.listdir(d)))
+                for path in (keep, other):
+                    with open(path) as f:
+                        self.assertEqual("mine", f.read())
+            self.assertEqual(0, run(*m, "--svg", keep)[0])
+            self.assertEqual(0o640, os.stat(keep).st_mode & 0o777)
+            self.assertEqual(["keep.svg", "other.html"], sorted(os.listdir(d)))
+
+    def test_site_changes_only_its_own_files(self):
+        with tempfile.TemporaryDirectory() as d:
+            mine = {"index.html": "my own page", "notes.txt": "my notes"}
+            for name, text in mine.items():
+                with open(os.path.join(d, name), "w") as f:
+                    f.write(text)
+            rc, _, err = run("site", d)
+            self.assertEqual(2, rc)
+            self.assertIn("index.html' is in the way", err)
+            self.assertEqual(sorted(mine), sorted(os.listdir(d)))
+            os.remove(os.path.join(d, "index.html"))
+            for _ in range(2):  # the second time over the files the first wrote
+                self.assertEqual(0, run("site", d)[0])
+            with open(os.path.join(d, "notes.txt")) as f:
+                self.assertEqual("my notes", f.read())
+            os.remove(os.path.join(d, "site.css"))
+            os.symlink(os.path.join(d, "notes.txt"), os.path.join(d, "site.css"))
+            self.assertEqual(2, run("site", d)[0])
+            with open(os.path.join(d, "notes.txt")) as f:
+                self.assertEqual("my notes", f.read())
 
 
 class Errors(unittest.TestCase):

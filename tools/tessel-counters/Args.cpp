@@ -31,6 +31,17 @@ void fail(const std::string& message, ErrorKind kind) {
   throw UsageError{oneLine(message), kind};
 }
 
+std::string quoted(const std::string& text) {
+  constexpr std::size_t kShown = 100, kLongest = 120;
+  if (text.size() <= kLongest) return "'" + text + "'";
+  return "'" + text.substr(0, kShown) + "...' (" + std::to_string(text.size()) + " characters)";
+}
+
+std::string shown(const std::string& text) {
+  const std::string q = quoted(text);
+  return q.size() == text.size() + 2 ? text : q;
+}
+
 const std::string* Args::get(const std::string& option) const {
   auto it = options.find(option);
   return it == options.end() ? nullptr : &it->second;
@@ -56,7 +67,7 @@ Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& 
     if (option == allowed.end()) {
       std::string list;
       for (const auto& o : allowed) list += (list.empty() ? "" : ", ") + o.name;
-      fail("unknown option " + arg +
+      fail("unknown option " + shown(arg) +
            (list.empty() ? "; this command takes no options" : "; this command takes " + list));
     }
     if (option->takesValue && !inlineValue) {

@@ -28,6 +28,12 @@ struct UsageError {
 
 [[noreturn]] void fail(const std::string& message, ErrorKind kind = ErrorKind::BadValue);
 
+// What the user gave, in quotes, for a message: whole, or, when too long to
+// be meant, its start and its length ("'0102...' (40000 characters)").
+std::string quoted(const std::string& text);
+// The same without the quotes where it is short: "--colour", "32".
+std::string shown(const std::string& text);
+
 struct OptionSpec {
   std::string name;  // "--chip"
   bool takesValue;   // false for switches such as "--json"

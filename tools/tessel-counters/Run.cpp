@@ -1,11 +1,13 @@
 #include "Run.h"
 
+#include <algorithm>
 #include <iostream>
 #include <string>
 #include <vector>
 
 #include "Args.h"
 #include "Commands.h"
+#include "Files.h"
 
 namespace Tool {
 
@@ -122,16 +124,20 @@ int run(int argc, char** argv) {
   const std::string command = argv[1];
   if (command == "--help" || command == "-h" || command == "help") {
     std::cout << kUsage;
-    return 0;
+    return finishOutput(0);
   }
+  int status = kUsageError;
   try {
-    for (const auto& c : commands())
-      if (command == c.name) return c.run(parseArgs(argc, argv, 2, c.options));
-    fail("unknown command '" + command + "'; commands: " + commandList());
+    const auto c = std::find_if(commands().begin(), commands().end(),
+                                [&](const Command& k) { return command == k.name; });
+    if (c == commands().end())
+      fail("unknown command " + quoted(command) + "; commands: " + commandList());
+    status = c->run(parseArgs(argc, argv, 2, c->options));
   } catch (const UsageError& e) {
     std::cerr << "tessel-counters: " << e.message << "\n";
-    return kUsageError;
   }
+  // Nothing of the output may go missing unsaid.
+  return finishOutput(status);
 }
 
 }  // namespace Tool
