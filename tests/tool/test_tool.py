@@ -194,20 +194,21 @@ class Encode(unittest.TestCase):
         rc, again, _ = run("decode", "CrpsModulesrcCfg", "--chip", "10", out.strip())
         self.assertIn("set bits outside every field: 66..67, 90..95", again)
 
-    def test_raw_field_takes_hex_of_its_width(self):
-        # engineNAvoidSeqScanValue: 72 bits at bit 142 on 88860.
-        value = 0xA5_0123456789ABCDEF
-        rc, out, err = run("encode", "CrpsEngineCfg", "--chip", "BCM88860_A0",
-                           f"engineNAvoidSeqScanValue={value:x}", "ENGINE_N_MODE=0x81")
-        self.assertEqual(0, rc, err)
-        data = bytes.fromhex(out)
-        self.assertEqual(44, len(data))
-        self.assertEqual(value, field_bits(data, 142, 72))
-        self.assertEqual(0x81, field_bits(data, 0, 8))
-        self.assertEqual(value << 142 | 0x81, int.from_bytes(data, "little"))
-        rc, out, err = run("decode", "CrpsEngineCfg", "--chip", "BCM88860_A0", "--json", out.strip())
-        fields = {f["name"]: f for f in json.loads(out)["fields"]}
-        self.assertEqual(value, int(fields["engineNAvoidSeqScanValue"]["hex"], 16))
+    def test_raw_field_is_decimal_unless_0x(self):
+        # engineNAvoidSeqScanValue: 72 bits at bit 142 on 88860, decimal or 0x like any field.
+        for value, text in [(0xA5_0123456789ABCDEF, "0xa50123456789abcdef"), (12345, "12345"),
+                            (0x12345, "0x12345"), ((1 << 72) - 1, str((1 << 72) - 1))]:
+            rc, out, err = run("encode", "CrpsEngineCfg", "--chip", "BCM88860_A0",
+                               f"engineNAvoidSeqScanValue={text}", "ENGINE_N_MODE=0x81")
+            self.assertEqual(0, rc, err)
+            data = bytes.fromhex(out)
+            self.assertEqual(44, len(data))
+            self.assertEqual(value << 142 | 0x81, int.from_bytes(data, "little"), text)
+            rc, out, err = run("decode", "CrpsEngineCfg", "--chip", "BCM88860_A0", "--json", out.strip())
+            fields = {f["name"]: f for f in json.loads(out)["fields"]}
+            self.assertEqual(str(value), fields["engineNAvoidSeqScanValue"]["decimal"])
+        rc, _, err = run("encode", "CrpsEngineCfg", "--chip", "17", "engineNAvoidSeqScanValue=a5")
+        self.assertIn("bad value 'a5'", err)
 
     def test_views_that_share_bits_are_refused_together(self):
         rc, out, err = run("encode", "EtppbMapStsToType", "--chip", "10", "stsType=1",
@@ -485,6 +486,66 @@ class Catalogue(unittest.TestCase):
         self.assertEqual((0, f"{A} -> {A}: the same in all {same} classes\n"), run("diff", "--chip", A, "--to", A)[:2])
 
 
+class Inputs(unittest.TestCase):
+    """One grammar of an entry's contents: bytes or words, lines, comments, a file, stdin."""
+
+    def test_every_form_gives_the_same_fields(self):
+        rnd = random.Random(26)
+        for cls, chip in [("CrpsModulesrcCfg", "BCM88860_A0"), ("CrpsEngineCfg", "BCM88690_B0")]:
+            size = describe(cls, chip)["entryBytes"]
+            data = bytes(rnd.randrange(256) for _ in range(size))
+            words = [int.from_bytes(data[i:i + 4], "little") for i in range(0, size, 4)]
+            lines = "".join(f"  0x{w:x}\t# word {i}\r\n" for i, w in enumerate(words))
+            with tempfile.NamedTemporaryFile("w", suffix=".txt") as f:
+                f.write(lines)
+                f.flush()
+                forms = [([data.hex()], None), ([data.hex(" ", 4).replace(" ", "\n# x\n")], None),
+                         (["--words", " ".join(f"{w:08x}" for w in words)], None),
+                         (["--words", lines], None), (["--words", "@" + f.name], None),
+                         (["--words", "-"], lines), (["-"], data.hex(":"))]
+                outs = []
+                for args, stdin in forms:
+                    rc, out, err = run("decode", cls, "--chip", chip, "--json", *args, stdin=stdin)
+                    self.assertEqual((0, ""), (rc, err), args)
+                    outs.append(json.loads(out))
+            self.assertEqual([outs[0]] * len(forms), outs, cls)
+            self.assertEqual(" ".join(f"0x{w:08x}" for w in words), outs[0]["words"])
+            rc, out, _ = run("encode", cls, "--chip", chip, "--words", "--from", lines)
+            self.assertEqual(outs[0]["words"] + "\n", out)
+
+    def test_a_number_that_reads_like_a_word_is_bytes_with_a_note(self):
+        d = ["decode", "CrpsModulesrcCfg", "--chip", "10", "--json"]
+        rc, as_bytes, err = run(*d, "0x00000001 0xffffffff 0xfc00000f")
+        self.assertEqual(0, rc)
+        self.assertEqual("00 00 00 01 ff ff ff ff fc 00 00 0f", json.loads(as_bytes)["bytes"])
+        self.assertIn("note: HEX '0x00000001' is read as bytes in buffer order", err)
+        self.assertIn("give --words", err)
+        rc, as_words, err = run(*d, "--words", "0x00000001 0xffffffff 0xfc00000f")
+        self.assertEqual((0, ""), (rc, err))
+        self.assertEqual(json.loads(as_words), json.loads(run(*d, "01000000ffffffff0f0000fc")[1]))
+        self.assertEqual("", run(*d, "0x01")[2].split("note: HEX has")[0])  # one byte reads alike
+
+    def test_a_bad_character_is_named_at_its_place_and_long_input_is_cut(self):
+        d = ["decode", "CrpsEngineCfg", "--chip", "10"]
+        for text, words, part in [("01 02\x01", False, r"'\x01' is a control character (line 1, column 6)"),
+                                  ("01\u00a002", False, "U+00A0 is not ASCII (line 1, column 3)"),
+                                  ("0x1\n# caf\u00e9\n 0x2 0x3\u2019", True, "U+2019 is not ASCII (line 3, column 9)"),
+                                  ("0x1 0x123456789", True, "'0x123456789' has 9 hex digits, more than a 32-bit word"),
+                                  ("01\n02 0xg", False, "'g' is not a hex digit (line 2, column 6)"),
+                                  ("#", True, "no words")]:
+            with self.subTest(text=text):
+                rc, _, err = run(*d, *(["--words"] if words else []), text)
+                self.assertEqual(2, rc)
+                self.assertEqual(1, len(err.splitlines()), err)
+                self.assertIn(part, err)
+        for args in [d + ["zz" * 50000], ["encode", "CrpsEngineCfg", "--chip", "10", "x" * 100000 + "=1"],
+                     ["describe", "C" * 100000, "--chip", "10"], ["frob" * 25000]]:
+            rc, _, err = run(*args)
+            self.assertEqual(2, rc)
+            self.assertLess(len(err), 1500, err[:200])
+            self.assertIn("...' (1000", err)
+
+
 class NoOutputLost(unittest.TestCase):
     def test_a_full_disk_is_an_error_and_a_closed_pipe_is_quiet(self):
         with open("/dev/full", "w") as full:
@@ -666,7 +727,8 @@ class Errors(unittest.TestCase):
                            ("export", "export needs one of --json"), ("export --c-header", "--c-header needs --chip"),
                            ("export --json --class CrpsTypeMapMem", "--class goes with --c-header"),
                            ("site", "site takes one DIR"), ("site /dev/null", "cannot make the folder '/dev/null'"),
-                           ("site /proc/tessel", "cannot make the folder '/proc/tessel'")]:
+                           ("site /proc/tessel", "cannot make the folder '/proc/tessel'"),
+                           ("decode CrpsEngineCfg --chip 10 @/nonexistent", "cannot read '/nonexistent'")]:
             self.check(args.split(), part)
 
 if __name__ == "__main__":

@@ -122,7 +122,7 @@ Json locationJson(const Location& l) {
 
 int cmdLocate(const Args& a) {
   if (a.positional.size() > 1)
-    fail("unexpected argument '" + a.positional[1] + "'; locate takes at most one ADDRESS");
+    fail("unexpected argument " + quoted(a.positional[1]) + "; locate takes at most one ADDRESS");
   const std::string* chip = a.get("--chip");
   const std::string* block = a.get("--block");
   const std::string* subBlock = a.get("--sub-block");

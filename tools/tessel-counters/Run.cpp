@@ -21,13 +21,14 @@ const char* const kUsage =
     "      the registers and memories that exist on a chip, with their variants\n"
     "  tessel-counters describe CLASS --chip CHIP [--variant V] [--json]\n"
     "      geometry, S-channel addresses and field table of a class on a chip\n"
-    "  tessel-counters decode CLASS --chip CHIP [--variant V] [--json] HEX\n"
+    "  tessel-counters decode CLASS --chip CHIP [--variant V] [--words] [--json] HEX\n"
     "      every field of the entry in HEX: bits, width, hex and decimal value;\n"
     "      fields that are views of other fields' bits are indented under them,\n"
     "      and set bits that belong to no field are listed\n"
-    "  tessel-counters encode CLASS --chip CHIP [--variant V] [--from HEX] FIELD=VALUE...\n"
-    "      the entry's bytes (as HEX) after writing the fields, starting from\n"
-    "      --from or from zeros\n"
+    "  tessel-counters encode CLASS --chip CHIP [--variant V] [--words] [--from HEX]\n"
+    "                         FIELD=VALUE...\n"
+    "      the entry's bytes (as HEX; words with --words) after writing the fields,\n"
+    "      starting from --from or from zeros\n"
     "  tessel-counters address CLASS --chip CHIP [--variant V] [--instance I]\n"
     "                          [--entry T] [--array A]\n"
     "  tessel-counters address CLASS --chip CHIP [--variant V] --all\n"
@@ -66,11 +67,13 @@ const char* const kUsage =
     "HEX is the entry's bytes in buffer order, byte 0 (bits 0..7) first, as a hex\n"
     "dump shows them: '0x01020304', '01020304', '01 02 03 04' and '01:02:03:04' are\n"
     "all bytes 01, 02, 03, 04, whose 32-bit word reads 0x04030201. A leading 0x\n"
-    "does not make HEX a number. Shorter input is completed with zero bytes.\n"
+    "does not make HEX a number (a note says so). With --words, HEX is 32-bit\n"
+    "words, word 0 (bits 0..31) first, each as a register read prints it: '0x1f'\n"
+    "or '0000001f'. Either may span lines, with '#' comments; @FILE reads HEX\n"
+    "from a file, - from standard input. Shorter input is completed with zeros.\n"
     "\n"
     "FIELD is an accessor name (engineNMode) or a hardware name (ENGINE_N_MODE).\n"
-    "VALUE is a number: decimal, or hex after 0x. Fields wider than 64 bits take\n"
-    "hex digits only (0x optional), most significant first, as decode shows them.\n"
+    "VALUE is a number, at any width: decimal, or hex after 0x.\n"
     "\n"
     "Bad input ends with one line on stderr and exit status 2.\n";
 
@@ -82,13 +85,14 @@ struct Command {
 };
 
 const std::vector<Command>& commands() {
-  const OptionSpec chip{"--chip", true}, variant{"--variant", true}, json{"--json", false};
+  const OptionSpec chip{"--chip", true}, variant{"--variant", true}, json{"--json", false},
+      words{"--words", false};
   static const std::vector<Command> table = {
       {"chips", {}, cmdChips},
       {"classes", {chip}, cmdClasses},
       {"describe", {chip, variant, json}, cmdDescribe},
-      {"decode", {chip, variant, json}, cmdDecode},
-      {"encode", {chip, variant, {"--from", true}}, cmdEncode},
+      {"decode", {chip, variant, json, words}, cmdDecode},
+      {"encode", {chip, variant, {"--from", true}, words}, cmdEncode},
       {"address",
        {chip,
         variant,
