@@ -610,6 +610,120 @@ class NoOutputLost(unittest.TestCase):
                 self.assertEqual("my notes", f.read())
 
 
+def read_list(chip, *more):
+    rc, out, err = run("dump", "list", "--chip", chip, *more)
+    assert rc == 0, err
+    return [l for l in out.splitlines() if not l.startswith("#")]
+
+
+def with_words(line, rnd):
+    """A dump list line with random words in place of its zeros: (text, words as one int)."""
+    head = line.split("#")[0].split()
+    words = [rnd.getrandbits(32) for _ in head[2:]]
+    return " ".join(head[:2] + [f"0x{w:x}" for w in words]), sum(w << (32 * i) for i, w in enumerate(words))
+
+
+def dump_json(*args, stdin=None):
+    rc, out, err = run("dump", *args, "--json", stdin=stdin)
+    return rc, [json.loads(l) for l in out.splitlines()], err
+
+
+class Dumps(unittest.TestCase):
+    def test_list_words_decode_to_the_bits_of_every_class(self):
+        """dump list, random words, dump decode: every field is the bits it lies on, by the export's layouts."""
+        rnd = random.Random(2026)
+        for chip in (A, B):
+            layouts = {(c["name"], l["variant"]): l for c in run_json("export", "--chip", chip)["classes"]
+                       for l in c["layouts"]}
+            by_class = {}
+            for line in read_list(chip):
+                by_class.setdefault(line.split("# ")[1].split("[")[0], []).append(line)
+            self.assertEqual({c for c, _ in layouts}, set(by_class), chip)
+            sample = [l for lines in by_class.values() for l in rnd.sample(lines, min(4, len(lines)))]
+            filled = [with_words(l, rnd) for l in sample]
+            rc, decoded, err = dump_json("decode", "-", "--chip", chip,
+                                         stdin="\n".join(["# filled"] + [t for t, _ in filled]))
+            self.assertEqual((0, ""), (rc, err))
+            self.assertEqual(len(sample), len(decoded))
+            for (text, value), d in zip(filled, decoded):
+                self.assertEqual(text.split()[0], f"{d['block']}.{d['subBlock']}")
+                [m] = d["matches"]
+                for v in m["variants"]:
+                    self.assertEqual([(f["name"], f["offset"], f["width"]) for f in layouts[m["class"], v]["fields"]],
+                                     [(f["name"], f["offset"], f["width"]) for f in m["fields"]], (text, v))
+                covered = 0
+                for f in m["fields"]:
+                    self.assertEqual(field_bits(value.to_bytes(64 * 4, "little"), f["offset"], f["width"]),
+                                     int(f["decimal"]), (text, f["name"]))
+                    covered |= ((1 << f["width"]) - 1) << f["offset"]
+                stray = sum(((1 << (r["last"] - r["first"] + 1)) - 1) << r["first"] for r in m["strayBits"])
+                self.assertEqual(value & ~covered, stray, text)
+
+    def test_list_of_a_class_and_one_variant(self):
+        lines = read_list(B, "--class", "CrpsExpansionMapMem")
+        d = describe("CrpsExpansionMapMem", B)
+        self.assertEqual(d["instanceCount"] * d["arrayElements"] * d["entries"], len(lines))
+        self.assertTrue(all(l.split("#")[0].split()[2:] == ["0x00000000"] * d["widthWords"] for l in lines))
+        rc, decoded, _ = dump_json("decode", "-", "--chip", B, "--variant", "7", stdin=lines[40000])
+        self.assertEqual([7], decoded[0]["matches"][0]["variants"])
+        _, out, _ = run("dump", "list", "--chip", B, "--class", "CrpsEngineScanEnable", "--json")
+        self.assertEqual({"block": 617, "subBlock": 0, "address": 540, "words": [0]}, json.loads(out.splitlines()[2]))
+
+    def test_bad_lines_are_reported_and_the_rest_decoded(self):
+        dump = ("617.0 0x21c 0xff\n\n# a comment\n617 540 0xff 0x1\nx\n617.0 0x21c 0xfg\n5 5 0x1\n"
+                '{"block": 617, "subBlock": 0, "address": 540, "words": [256]}\n{"block": 617}\n')
+        rc, out, err = run("dump", "decode", "-", "--chip", B, stdin=dump)
+        self.assertEqual((1, ""), (rc, err))
+        self.assertIn("line 1, 617.0 0x21c: CrpsEngineScanEnable variant 0, instance 2", out)
+        for part in ["line 4, 617 0x21c: 2 words, but what lies there is 1 word", "line 5: expected BLOCK",
+                     "line 6: word 0 '0xfg' is not a 32-bit word", "line 7, 5 0x5: nothing of the catalogue",
+                     "line 9: no \"address\"", "2 entries decoded, 5 lines reported"]:
+            self.assertIn(part, out)
+        rc, decoded, _ = dump_json("decode", "-", "--chip", B, stdin=dump)
+        self.assertEqual([1, 4, 5, 6, 7, 8, 9], [d["line"] for d in decoded])
+        self.assertEqual(["256"], [f["decimal"] for f in decoded[5]["matches"][0]["fields"]])
+        self.assertEqual(5, sum("error" in d for d in decoded))
+
+    def test_diff_names_the_fields_over_a_flipped_bit(self):
+        rnd = random.Random(7)
+        lines = [with_words(l, rnd)[0] for l in rnd.sample(read_list(B), 300)]
+        with tempfile.TemporaryDirectory() as d:
+            a, b = os.path.join(d, "a.dump"), os.path.join(d, "b.dump")
+            with open(a, "w") as f:
+                f.write("\n".join(lines) + "\n")
+            self.assertEqual((0, "", ""), run("dump", "diff", a, a, "--chip", B)[:1] + ("", ""))
+            for _ in range(12):
+                k = rnd.randrange(len(lines))
+                head, words = lines[k].split()[:2], [int(w, 16) for w in lines[k].split()[2:]]
+                bit = rnd.randrange(32 * len(words))
+                words[bit // 32] ^= 1 << (bit % 32)
+                with open(b, "w") as f:
+                    f.write("\n".join(lines[:k] + [" ".join(head + [hex(w) for w in words])] + lines[k + 1:]))
+                _, [before] = dump_json("decode", "-", "--chip", B, stdin=lines[k])[:2]
+                over = {f["name"] for f in before["matches"][0]["fields"]
+                        if f["offset"] <= bit < f["offset"] + f["width"]}
+                rc, out, err = run("dump", "diff", a, b, "--chip", B)
+                self.assertEqual((1, ""), (rc, err))
+                named = {l.split(": ")[0].split()[-1] for l in out.splitlines()[:-1]}
+                self.assertEqual(over or {"field"}, named, (lines[k], bit))
+                self.assertIn(f"in 1 entry, 0 entries only in {a}, 0 only in {b}; 299 entries the same", out)
+                rc, diffs, _ = dump_json("diff", a, b, "--chip", B)
+                self.assertEqual(over, {f["name"] for f in diffs[0]["matches"][0]["fields"]})
+                self.assertTrue(diffs[-1]["summary"]["differ"])
+            with open(b, "w") as f:
+                f.write("\n".join(lines[1:]))
+            rc, out, _ = run("dump", "diff", a, b, "--chip", B)
+            self.assertEqual(1, rc)
+            self.assertIn(f"only in {a}, line 1: {lines[0].split()[0]} ", out)
+            with open(b, "w") as f:
+                f.write("\n".join(lines + lines[:1] + ["5 5 0x1"]))
+            rc, out, err = run("dump", "diff", a, b, "--chip", B)
+            self.assertEqual(2, rc)
+            self.assertIn(f"{b} line 301: {lines[0].split()[0]} 0x", out)
+            self.assertIn(f"{b} line 302: 5 0x5: nothing of the catalogue", out)
+            self.assertIn("2 lines of", err)
+
+
 class Errors(unittest.TestCase):
     def check(self, args, *parts):
         rc, out, err = run(*args)
@@ -728,6 +842,18 @@ class Errors(unittest.TestCase):
                            ("export --json --class CrpsTypeMapMem", "--class goes with --c-header"),
                            ("site", "site takes one DIR"), ("site /dev/null", "cannot make the folder '/dev/null'"),
                            ("site /proc/tessel", "cannot make the folder '/proc/tessel'"),
+                           ("dump", "dump takes list, decode FILE or diff A B"),
+                           ("dump frob --chip 10", "unknown dump command 'frob'"),
+                           ("dump list", "--chip is required"), ("dump list --chip 10 x", "takes options only"),
+                           ("dump list --chip 10 --class Nope", "unknown class 'Nope'"),
+                           ("dump list --chip 10 --class CrpsReservedSpare2", "does not exist on BCM88690_B0"),
+                           ("dump list --chip 10 --variant 1", "--variant goes with dump decode"),
+                           ("dump decode --chip 10 --class CrpsEngineCfg x", "--class goes with dump list"),
+                           ("dump decode --chip 10", "dump decode takes one FILE"),
+                           ("dump decode /nonexistent --chip 10", "cannot read '/nonexistent': No such file"),
+                           ("dump decode /tmp --chip 10", "cannot read '/tmp': Is a directory"),
+                           ("dump decode - --chip 10 --variant x", "--variant must be a number"),
+                           ("dump diff /nonexistent --chip 10", "dump diff takes two FILEs"),
                            ("decode CrpsEngineCfg --chip 10 @/nonexistent", "cannot read '/nonexistent'")]:
             self.check(args.split(), part)
 

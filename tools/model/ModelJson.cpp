@@ -52,4 +52,8 @@ void printJson(std::ostream& out, const Json& j) {
   out << jsonText(j) << "\n";
 }
 
+std::string jsonLine(const Json& j) {
+  return j.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
 }  // namespace Tool

@@ -27,5 +27,7 @@ Json geometryJson(const Layout& layout);
 std::string jsonText(const Json& j);
 // The value and a line end.
 void printJson(std::ostream& out, const Json& j);
+// The value on one line, as JSON Lines hold it, with its line end.
+std::string jsonLine(const Json& j);
 
 }  // namespace Tool

@@ -25,6 +25,8 @@ int cmdExport(const Args& a);
 int cmdSite(const Args& a);
 int cmdLocate(const Args& a);
 
+int cmdDump(const Args& a);
+
 // What describe --json prints: geometry, instances and fields of the target.
 void describeJson(const Target& t, std::ostream& out);
 

@@ -27,15 +27,6 @@ std::string addressText(U32 first, U32 last) {
                              ")";
 }
 
-std::string matchText(const Location& l) {
-  std::string text = std::string(l.cls) + (l.variants.size() == 1 ? " variant " : " variants ") +
-                     variantText(l.variants) + ", instance " + std::to_string(l.instance) +
-                     ", sub-block " + std::to_string(l.subBlock) + ", element " +
-                     std::to_string(l.arrayElement);
-  if (isMemory(l.cls)) text += ", entry " + std::to_string(l.tableEntry);
-  return text;
-}
-
 std::string where(const LocateQuery& q) {
   std::string text = "block " + std::to_string(q.block);
   if (!q.anySubBlock) text += " sub-block " + std::to_string(q.subBlock);
@@ -100,6 +91,15 @@ int blockMap(const LocateQuery& q, bool json) {
 }
 
 }  // namespace
+
+std::string matchText(const Location& l) {
+  std::string text = std::string(l.cls) + (l.variants.size() == 1 ? " variant " : " variants ") +
+                     variantText(l.variants) + ", instance " + std::to_string(l.instance) +
+                     ", sub-block " + std::to_string(l.subBlock) + ", element " +
+                     std::to_string(l.arrayElement);
+  if (isMemory(l.cls)) text += ", entry " + std::to_string(l.tableEntry);
+  return text;
+}
 
 std::vector<Location> LocateQuery::run() const {
   return AddressIndex::of(chip).locate(block, address, anySubBlock ? nullptr : &subBlock);

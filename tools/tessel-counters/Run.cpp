@@ -60,6 +60,15 @@ const char* const kUsage =
     "      array element and table entry; exit 1 if nothing does, with what lies\n"
     "      nearest below and above. Without ADDRESS, the block's whole map: every\n"
     "      range of addresses in order with what lies there, and the gaps\n"
+    "  tessel-counters dump list --chip CHIP [--class CLASS] [--json]\n"
+    "      every entry of the catalogue on the chip as a dump with zero words: the\n"
+    "      list of what a script that dumps the chip reads\n"
+    "  tessel-counters dump decode FILE --chip CHIP [--variant V] [--json]\n"
+    "      every entry of a dump found by its address and decoded as decode does;\n"
+    "      exit 1 if a line could not be, each such line reported\n"
+    "  tessel-counters dump diff A B --chip CHIP [--json]\n"
+    "      every field whose value differs between two dumps, and the entries in\n"
+    "      one only; exit 0 when the same, 1 when they differ, 2 on trouble\n"
     "\n"
     "CHIP is a chip name (BCM88690_B0) or its number (10). Without --variant the\n"
     "class's first variant on the chip is used, with a note if it has several.\n"
@@ -71,6 +80,10 @@ const char* const kUsage =
     "words, word 0 (bits 0..31) first, each as a register read prints it: '0x1f'\n"
     "or '0000001f'. Either may span lines, with '#' comments; @FILE reads HEX\n"
     "from a file, - from standard input. Shorter input is completed with zeros.\n"
+    "\n"
+    "A dump has one entry per line: BLOCK[.SUBBLOCK] ADDRESS WORD..., numbers\n"
+    "decimal or 0x hex, words as with --words, or the same as JSON Lines:\n"
+    "{\"block\": 617, \"subBlock\": 0, \"address\": 540, \"words\": [255]}.\n"
     "\n"
     "FIELD is an accessor name (engineNMode) or a hardware name (ENGINE_N_MODE).\n"
     "VALUE is a number, at any width: decimal, or hex after 0x.\n"
@@ -107,6 +120,7 @@ const std::vector<Command>& commands() {
       {"export", {json, {"--c-header", false}, chip, {"--class", true}}, cmdExport},
       {"site", {}, cmdSite},
       {"locate", {chip, {"--block", true}, {"--sub-block", true}, json}, cmdLocate},
+      {"dump", {chip, variant, {"--class", true}, json}, cmdDump},
   };
   return table;
 }
