@@ -14,6 +14,12 @@ namespace Tool {
 // Keys in the order they are set.
 using Json = nlohmann::ordered_json;
 
+// An empty object with room for `keys` keys. An object's keys are a vector
+// whose growth copies every value (a key is const, so a pair can't move): an
+// object that gets a large value (a list of fields) and then more keys wants
+// its room first.
+Json objectWithRoom(std::size_t keys);
+
 // "name", "hardwareName", "id", "offset" and "width".
 Json fieldJson(const Field& field);
 // Adds "viewOf" and "overlaps" where the field has them.

@@ -178,9 +178,18 @@ void setDecodedValues(Json& j, const Decoder& d, const Decoded& e) {
     rows[i]["decimal"].get_ref<std::string&>() = decimalValue(e.values[i]);
   }
   Json& strays = j["strayBits"];
-  if (strays.empty() && e.stray.empty()) return;
-  strays = Json::array();
-  for (const auto& [lo, hi] : e.stray) strays.push_back({{"first", lo}, {"last", hi}});
+  if (!strays.empty() || !e.stray.empty()) strays = strayBitsJson(e.stray);
+}
+
+Json strayBitsJson(const std::vector<std::pair<unsigned, unsigned>>& stray) {
+  Json out = Json::array();
+  for (const auto& [lo, hi] : stray) {
+    // Key by key: an initializer list copies every value once more.
+    Json& range = out.emplace_back(objectWithRoom(2));
+    range["first"] = lo;
+    range["last"] = hi;
+  }
+  return out;
 }
 
 std::vector<std::string> fieldRows(const Decoder& d, const Decoded& e) {

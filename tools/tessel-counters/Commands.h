@@ -55,6 +55,8 @@ void addDecodedKeys(Json& j, const Decoder& decoder, const Decoded& entry);
 // The values of another entry in keys that addDecodedKeys made, in place:
 // the JSON of many entries of one class is made once.
 void setDecodedValues(Json& j, const Decoder& decoder, const Decoded& entry);
+// "strayBits": ranges of bits, each "first" and "last".
+Json strayBitsJson(const std::vector<std::pair<unsigned, unsigned>>& stray);
 // decode's table: a heading, then a row per field, views indented under the
 // field they lie in, overlaps named; and the lines after it.
 std::vector<std::string> fieldRows(const Decoder& decoder, const Decoded& entry);

@@ -56,6 +56,11 @@ class Readings {
         if (std::find(variants.begin(), variants.end(), variant_) == variants.end()) continue;
         variants = {variant_};
       }
+      if (const Known* all = alike(l.cls)) {  // one reading, found at once
+        out.push_back({l, all->decoder.get()});
+        out.back().where.variants = std::move(variants);
+        continue;
+      }
       const std::size_t first = out.size();
       std::vector<std::size_t> shapes;  // of out[first..]
       for (U8 v : variants) {
@@ -97,6 +102,20 @@ class Readings {
     std::size_t shape;  // equal for variants of a class with the same layout
   };
 
+  // Where every variant of the class on the chip has the same layout (most
+  // classes, and the 32 variants of an expansion map), the first variant's.
+  const Known* alike(const char* cls) {
+    const auto known = alike_.find(cls);
+    if (known != alike_.end()) return known->second;
+    const Known* first = nullptr;
+    for (U8 v : variantsOf(cls, chip_)) {
+      const Known& k = this->known(cls, v);
+      if (first && k.shape != first->shape) return alike_[cls] = nullptr;
+      if (!first) first = &k;
+    }
+    return alike_[cls] = first;
+  }
+
   const Known& known(const char* cls, U8 variant) {
     Known& k = known_[{cls, variant}];
     if (k.decoder) return k;
@@ -123,6 +142,7 @@ class Readings {
   bool hasVariant_ = false;
   U8 variant_ = 0;
   std::map<std::pair<const char*, U8>, Known> known_;
+  std::map<const char*, const Known*> alike_;
   std::vector<Shape> shapes_;
 };
 
@@ -146,8 +166,10 @@ std::string entryName(const Location& l, Hardware::ChipType chip) {
 
 // "block", "subBlock" (null where the line gives none) and "address".
 Json placeJson(const DumpEntry& e) {
-  Json j = {{"block", e.block}, {"subBlock", nullptr}, {"address", e.address}};
-  if (!e.anySubBlock) j["subBlock"] = e.subBlock;
+  Json j = objectWithRoom(6);  // and "line", "lines", "matches", "error"
+  j["block"] = e.block;
+  j["subBlock"] = e.anySubBlock ? Json() : Json(e.subBlock);
+  j["address"] = e.address;
   return j;
 }
 
@@ -331,12 +353,6 @@ std::string strayText(const std::vector<std::pair<unsigned, unsigned>>& stray) {
   return out.empty() ? "none" : out;
 }
 
-Json strayJson(const std::vector<std::pair<unsigned, unsigned>>& stray) {
-  Json out = Json::array();
-  for (const auto& [lo, hi] : stray) out.push_back({{"first", lo}, {"last", hi}});
-  return out;
-}
-
 int dumpDiff(const Args& a, Readings& readings) {
   if (a.positional.size() != 3) fail("dump diff takes two FILEs, the dumps A and B to compare");
   const bool json = a.has("--json");
@@ -400,7 +416,9 @@ int dumpDiff(const Args& a, Readings& readings) {
     Json j;
     if (json) {
       j = placeJson(line->entry);
-      j["lines"] = {line->line, b.line};
+      Json& lines = j["lines"] = Json::array();
+      lines.push_back(line->line);
+      lines.push_back(b.line);
       j["matches"] = Json::array();
     }
     for (const auto& r : found) {
@@ -419,7 +437,7 @@ int dumpDiff(const Args& a, Readings& readings) {
           continue;
         }
         // Key by key: an initializer list would copy every value once more.
-        Json& row = fields.emplace_back(Json::object());
+        Json& row = fields.emplace_back(objectWithRoom(6));
         row["name"] = f.name;
         row["hardwareName"] = f.hardwareName;
         row["bits"] = rangeText(f.offset, f.offset + f.width - 1u);
@@ -436,7 +454,11 @@ int dumpDiff(const Args& a, Readings& readings) {
       }
       Json m = locationJson(r.where);
       m["fields"] = std::move(fields);
-      if (strayChanged) m["strayBits"] = {{"from", strayJson(x.stray)}, {"to", strayJson(y.stray)}};
+      if (strayChanged) {
+        Json& strays = m["strayBits"] = objectWithRoom(2);
+        strays["from"] = strayBitsJson(x.stray);
+        strays["to"] = strayBitsJson(y.stray);
+      }
       j["matches"].push_back(std::move(m));
     }
     if (json) std::cout << jsonLine(j);

@@ -115,9 +115,17 @@ LocateQuery parseLocate(const std::string& chip, const std::string& block,
 }
 
 Json locationJson(const Location& l) {
-  return {{"class", l.cls},         {"variants", l.variants},
-          {"instance", l.instance}, {"subBlock", l.subBlock},
-          {"arrayElement", l.arrayElement}, {"tableEntry", l.tableEntry}};
+  // Key by key, with room for what a dump's decoding adds: an initializer
+  // list copies each value once more, which a dump's hundred thousand
+  // entries feel.
+  Json j = objectWithRoom(8);
+  j["class"] = l.cls;
+  j["variants"] = l.variants;
+  j["instance"] = l.instance;
+  j["subBlock"] = l.subBlock;
+  j["arrayElement"] = l.arrayElement;
+  j["tableEntry"] = l.tableEntry;
+  return j;
 }
 
 int cmdLocate(const Args& a) {
