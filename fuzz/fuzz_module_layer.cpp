@@ -1,12 +1,14 @@
 // The checking layer of the Python module, as the module calls it: open a
 // class by name on a chip given by name or number and an optional variant,
-// over bytes or a hex string; read and write fields by name with values as
-// text; address an instance, entry and array element. Whatever the input,
+// over bytes or text in the entry grammar (bytes or words); read and write
+// fields by name with values as text; address an instance, entry and array
+// element. Whatever the input,
 // each step ends in an answer or in one UsageError of one line with its kind,
 // never in one of the library's fatal checks.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include "Catalog.h"
+#include "Entry.h"
 #include "FuzzSupport.h"
 
 namespace {
@@ -42,11 +44,16 @@ Tool::Target open(FuzzedDataProvider& in) {
   FUZZ_CHECK(Hardware::chipTypeVariantValid(t.cls.c_str(), t.chip, t.variant));
   std::vector<U8> bytes;
   if (in.ConsumeBool()) {
-    bytes = Tool::parseHexBytes({in.ConsumeRandomLengthString(300)}, "data");
+    // Text in the grammar, bytes or words, the entry's size exactly.
+    const Tool::EntryReader how{in.ConsumeBool() ? Tool::EntryForm::Words : Tool::EntryForm::Bytes,
+                                "data", "pass words=True"};
+    Tool::EntryText entry = Tool::parseEntry(in.ConsumeRandomLengthString(300), how);
+    bytes = Tool::fitEntry(t, entry, how, true);
+    FUZZ_CHECK(bytes.size() == t.entryBytes());
   } else {
     bytes = in.ConsumeBytes<U8>(in.ConsumeIntegralInRange<std::size_t>(0, 300));
+    Tool::checkLength(t, bytes.size(), "data", in.ConsumeBool());
   }
-  Tool::checkLength(t, bytes.size(), "data", in.ConsumeBool());
   Tool::loadBuffer(t, bytes);
   return t;
 }
@@ -64,8 +71,8 @@ void useFields(FuzzedDataProvider& in, Tool::Target& t) {
     Tool::checkDistinct(given, f);
     given.push_back(f);
     // As the module does: a Python int arrives as decimal text at any width.
-    Tool::writeField(
-        t, f, Tool::parseFieldValue(in.ConsumeRandomLengthString(40), f.width, false, f.name));
+    Tool::writeField(t, f,
+                     Tool::parseFieldValue(in.ConsumeRandomLengthString(40), f.width, f.name));
   }
 }
 

@@ -1,15 +1,18 @@
-// The tool's parsers of hex dumps, field values and numbers on their own:
-// what one accepts re-prints to the same bytes, and the printed digits are
-// the input's own. Input byte 0: bits 0-1 the parser (hex dump, field value,
-// number), bits 2-3 the high bits of the field's width or which maximum, bit 4
-// hex only; byte 1 the low bits of the width. The rest is the text, with NUL
-// between the tokens of a hex dump.
+// The tool's parsers on their own: an entry's contents (bytes or words),
+// field values, numbers and dumps. What one accepts re-prints to the same
+// bytes or entries, the printed digits of a value or number are the input's
+// own, and what one refuses is one line, short whatever the input's length.
+// Input byte 0: bits 0-1 the parser (entry, field value, number, number or
+// dump), bits 2-3 the high bits of the field's width or which maximum, bit 4
+// words (entry) or a dump (parser 3); byte 1 the low bits of the width. The
+// rest is the text, with NUL between the tokens of a hex dump.
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <sstream>
 
 #include "Args.h"
+#include "DumpFormat.h"
+#include "Entry.h"
 #include "FuzzSupport.h"
 
 namespace {
@@ -31,45 +34,55 @@ std::string significant(std::string s) {
   return lower(s);
 }
 
-void hexDump(const std::vector<std::string>& tokens) {
-  std::vector<U8> bytes;
-  try {
-    bytes = Tool::parseHexBytes(tokens, "HEX");
-  } catch (const Tool::UsageError&) {
-    return;
-  }
-  const std::string printed = Tool::hexBytes(bytes.data(), bytes.size());
-  FUZZ_CHECK(Tool::parseHexBytes({printed}, "HEX") == bytes);
-  // The input's digits: groups cut at blanks and colons, each without its 0x.
-  std::string joined, group, digits;
-  for (const auto& t : tokens) joined += t + " ";
-  std::replace(joined.begin(), joined.end(), ':', ' ');
-  std::istringstream groups(joined);
-  while (groups >> group) digits += lower(has0x(group) ? group.substr(2) : group);
-  std::string plain = printed;
-  plain.erase(std::remove(plain.begin(), plain.end(), ' '), plain.end());
-  FUZZ_CHECK(digits == plain);
+// A refusal is one line, and never much longer than its fixed words.
+void checkError(const Tool::UsageError& e) {
+  FUZZ_CHECK(!e.message.empty() && e.message.find('\n') == std::string::npos);
+  FUZZ_CHECK(e.message.size() < 1200);
 }
 
-void fieldValue(const std::string& text, unsigned width, bool hexOnly) {
+void entry(const std::vector<std::string>& tokens, bool words) {
+  std::string text;
+  for (const auto& t : tokens) text += (text.empty() ? "" : "\n") + t;
+  const Tool::EntryReader how{words ? Tool::EntryForm::Words : Tool::EntryForm::Bytes, "HEX",
+                              "give --words"};
+  Tool::EntryText got;
+  try {
+    got = Tool::parseEntry(text, how);
+  } catch (const Tool::UsageError& e) {
+    checkError(e);
+    return;
+  }
+  FUZZ_CHECK(got.count == (words ? got.bytes.size() / 4 : got.bytes.size()) && got.count > 0);
+  FUZZ_CHECK(words ? got.notes.empty() : got.notes.size() <= 1);
+  const std::string printed = words ? Tool::hexWords(got.bytes.data(), got.bytes.size())
+                                    : Tool::hexBytes(got.bytes.data(), got.bytes.size());
+  const auto again = Tool::parseEntry(printed, how);
+  FUZZ_CHECK(again.bytes == got.bytes && again.count == got.count);
+  // Bytes print as a hex dump, which reads as nothing but bytes.
+  FUZZ_CHECK(words || again.notes.empty());
+}
+
+void fieldValue(const std::string& text, unsigned width) {
   std::vector<U8> value;
   try {
-    value = Tool::parseFieldValue(text, width, hexOnly, "the field");
-  } catch (const Tool::UsageError&) {
+    value = Tool::parseFieldValue(text, width, "the field");
+  } catch (const Tool::UsageError& e) {
+    checkError(e);
     return;
   }
   FUZZ_CHECK(value.size() == (width + 7) / 8);
   const std::string hex = Tool::hexValue(value, width), decimal = Tool::decimalValue(value);
-  FUZZ_CHECK(Tool::parseFieldValue(hex, width, hexOnly, "the field") == value);
-  if (!hexOnly) FUZZ_CHECK(Tool::parseFieldValue(decimal, width, false, "the field") == value);
-  FUZZ_CHECK(significant(text) == significant(hexOnly || has0x(text) ? hex : decimal));
+  FUZZ_CHECK(Tool::parseFieldValue(hex, width, "the field") == value);
+  FUZZ_CHECK(Tool::parseFieldValue(decimal, width, "the field") == value);
+  FUZZ_CHECK(significant(text) == significant(has0x(text) ? hex : decimal));
 }
 
 void number(const std::string& text, U64 max) {
   U64 v = 0;
   try {
     v = Tool::parseNumber(text, "N", max);
-  } catch (const Tool::UsageError&) {
+  } catch (const Tool::UsageError& e) {
+    checkError(e);
     return;
   }
   char hex[24];
@@ -80,6 +93,30 @@ void number(const std::string& text, U64 max) {
   FUZZ_CHECK(significant(text) == significant(has0x(text) ? hex : decimal));
 }
 
+bool sameEntry(const Tool::DumpEntry& x, const Tool::DumpEntry& y) {
+  return x.block == y.block && x.anySubBlock == y.anySubBlock && x.subBlock == y.subBlock &&
+         x.address == y.address && x.words == y.words;
+}
+
+// Each entry read prints, as text and as JSON, to a line that reads back the same.
+void dump(const std::string& text) {
+  std::size_t last = 0;
+  for (const auto& line : Tool::readDump(text)) {
+    FUZZ_CHECK(line.line > last);
+    last = line.line;
+    if (!line.problem.empty()) {
+      checkError({line.problem, Tool::ErrorKind::BadValue});
+      continue;
+    }
+    for (const std::string& printed :
+         {Tool::dumpText(line.entry), Tool::jsonLine(Tool::dumpJson(line.entry))}) {
+      const auto again = Tool::readDump(printed);
+      FUZZ_CHECK(again.size() == 1 && again[0].problem.empty() &&
+                 sameEntry(again[0].entry, line.entry));
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -87,13 +124,20 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const auto tokens = Fuzz::arguments(data + 2, size - 2, 64);
   const std::string text = tokens.empty() ? std::string() : tokens.front();
   const U64 maxima[] = {255, 0xffffffffull, ~0ull, data[1]};
+  const bool bit4 = (data[0] & 16) != 0;
   switch (data[0] & 3) {
     case 0:
-      hexDump(tokens);
+      entry(tokens, bit4);
       break;
     case 1:
-      fieldValue(text, 1u + data[1] + 256u * ((data[0] >> 2) & 3u), (data[0] & 16) != 0);
+      fieldValue(text, 1u + data[1] + 256u * ((data[0] >> 2) & 3u));
       break;
+    case 3:
+      if (bit4) {
+        dump(std::string(reinterpret_cast<const char*>(data) + 2, size - 2));
+        break;
+      }
+      [[fallthrough]];
     default:
       number(text, maxima[(data[0] >> 2) & 3u]);
   }

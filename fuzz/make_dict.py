@@ -22,7 +22,8 @@ def words(root, tool):
     from catalogue import Catalogue, accessor_name
     usage = subprocess.run([tool, "--help"], capture_output=True, text=True, check=True).stdout
     cat = Catalogue(root)
-    out = re.findall(r"tessel-counters (\w+)", usage) + re.findall(r"--[\w-]+", usage)
+    out = (re.findall(r"tessel-counters (\w+)", usage) + re.findall(r"tessel-counters dump (\w+)", usage)
+           + re.findall(r"--[\w-]+", usage))
     for chip in cat.chips.chips:
         out += [chip.name, str(chip.number)]
     out += [k.name for k in cat.classes]

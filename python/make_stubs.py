@@ -19,7 +19,7 @@ HEAD = '''"""@doc()"""
 from typing import Any, Dict, List, Literal, Optional, Union, overload
 
 Chip = Union[str, int]
-Data = Union[bytes, bytearray, memoryview, str]
+Data = Union[bytes, bytearray, memoryview, str, List[int]]
 
 class FieldError(KeyError, AttributeError): ...
 
@@ -37,6 +37,8 @@ class Accessor:
     def __bytes__(self) -> bytes: ...
     def fields(self) -> Dict[str, int]:
         """@doc(Accessor.fields)"""
+    def words(self) -> List[int]:
+        """@doc(Accessor.words)"""
     def layout(self) -> Dict[str, Dict[str, Any]]:
         """@doc(Accessor.layout)"""
     def hex(self, *sep: Any) -> str:
@@ -50,7 +52,8 @@ def chips() -> Dict[str, int]:
     """@doc(chips)"""
 def classes(chip: Optional[Chip] = None) -> Dict[str, Dict[str, Any]]:
     """@doc(classes)"""
-def decode(class_name: str, chip: Chip, data: Data, variant: Optional[int] = None) -> Dict[str, int]:
+def decode(class_name: str, chip: Chip, data: Data, variant: Optional[int] = None, *,
+           words: bool = False) -> Dict[str, int]:
     """@doc(decode)"""
 def encode(class_name: str, chip: Chip, variant: Optional[int] = None, **fields: int) -> bytes:
     """@doc(encode)"""
@@ -66,7 +69,7 @@ def locate(chip: Chip, block: int, address: int,
 
 OPEN = '''@overload
 def open(class_name: {name}, chip: Chip, variant: Optional[int] = None,
-         data: Optional[Data] = None) -> {result}:
+         data: Optional[Data] = None, *, words: bool = False) -> {result}:
     """{doc}"""
 '''
 

@@ -12,6 +12,7 @@
 
 #include "Catalog.h"
 #include "Commands.h"
+#include "Entry.h"
 #include "Locate.h"
 
 namespace py = pybind11;
@@ -37,29 +38,55 @@ Hardware::ChipType chipOf(const py::object& chip) {
   return Tool::parseChip(intText(chip, "chip"));
 }
 
-// The entry's bytes from a bytes-like object or a hex dump in the tool's HEX form.
-std::vector<U8> bytesOf(const py::object& data) {
-  if (py::isinstance<py::str>(data)) return Tool::parseHexBytes({data.cast<std::string>()}, "data");
+// The entry's bytes, exactly its size: from a bytes-like object; from text in
+// the tool's grammar (Entry.h), bytes or, with `words`, 32-bit words; or, with
+// `words`, from a sequence of ints. How text that could be misread was read
+// is told as a UserWarning.
+std::vector<U8> entryOf(const Target& t, const py::object& data, bool words) {
+  const std::string unit = words ? "word" : "byte";
+  if (py::isinstance<py::str>(data)) {
+    const Tool::EntryReader how{words ? Tool::EntryForm::Words : Tool::EntryForm::Bytes, "data",
+                                "pass words=True"};
+    Tool::EntryText entry = Tool::parseEntry(data.cast<std::string>(), how);
+    auto bytes = Tool::fitEntry(t, entry, how, true);
+    for (const auto& note : entry.notes)
+      if (PyErr_WarnEx(PyExc_UserWarning, note.c_str(), 2) < 0) throw py::error_already_set();
+    return bytes;
+  }
+  if (words) {
+    if (PyObject_CheckBuffer(data.ptr()) || !py::isinstance<py::sequence>(data))
+      throw py::type_error(std::string("with words=True, data must be text or a sequence of "
+                                       "ints, not ") +
+                           Py_TYPE(data.ptr())->tp_name);
+    const auto list = data.cast<py::sequence>();
+    Tool::checkLength(t, list.size(), "data", true, unit);
+    std::vector<U8> bytes;
+    for (std::size_t i = 0; i < list.size(); ++i) {
+      const std::string text = intText(list[i], "word " + std::to_string(i));
+      const U64 max = 0xffffffffull;
+      const U32 word =
+          static_cast<U32>(Tool::parseNumber(text, "word " + std::to_string(i) + " of data", max));
+      for (int b = 0; b < 4; ++b) bytes.push_back(static_cast<U8>(word >> (8 * b)));
+    }
+    return bytes;
+  }
   if (!PyObject_CheckBuffer(data.ptr()))
     throw py::type_error(std::string("data must be bytes-like or a hex string, not ") +
                          Py_TYPE(data.ptr())->tp_name);
   const auto copy = py::reinterpret_steal<py::object>(PyBytes_FromObject(data.ptr()));
   if (!copy) throw py::error_already_set();
   const std::string raw = py::bytes(copy);
+  Tool::checkLength(t, raw.size(), "data", true);
   return {raw.begin(), raw.end()};
 }
 
 Target openAccessor(const std::string& cls, const py::object& chip, const py::object& variant,
-                    const py::object& data) {
+                    const py::object& data, bool words = false) {
   const std::string name = Tool::parseClass(cls, "tessel_counters.classes(chip)");
   const Hardware::ChipType c = chipOf(chip);
   const std::string text = variant.is_none() ? "" : intText(variant, "variant");
   Target t = Tool::openTarget(name, c, variant.is_none() ? nullptr : &text, "variant", nullptr);
-  if (!data.is_none()) {
-    const auto bytes = bytesOf(data);
-    Tool::checkLength(t, bytes.size(), "data", true);
-    Tool::loadBuffer(t, bytes);
-  }
+  if (!data.is_none()) Tool::loadBuffer(t, entryOf(t, data, words));
   return t;
 }
 
@@ -81,7 +108,7 @@ void writeValue(Target& t, const Field& f, const py::object& value) {
   const std::string text = intText(value, "the value of " + f.name);
   if (text[0] == '-')
     throw py::value_error("value " + text + " for " + f.name + " is negative; fields are unsigned");
-  Tool::writeField(t, f, Tool::parseFieldValue(text, f.width, false, f.name + " on " + t.where()));
+  Tool::writeField(t, f, Tool::parseFieldValue(text, f.width, f.name + " on " + t.where()));
 }
 
 void setField(Target& t, const std::string& name, const py::object& value) {
@@ -90,6 +117,17 @@ void setField(Target& t, const std::string& name, const py::object& value) {
 
 py::bytes entry(const Target& t) {
   return {reinterpret_cast<const char*>(t.object->buf()), t.entryBytes()};
+}
+
+py::list words(const Target& t) {
+  py::list out;
+  const U8* bytes = t.object->buf();
+  for (unsigned w = 0; w < t.object->width(); ++w) {
+    U32 word = 0;
+    for (unsigned b = 0; b < 4; ++b) word |= static_cast<U32>(bytes[4 * w + b]) << (8 * b);
+    out.append(word);
+  }
+  return out;
 }
 
 py::dict fields(const Target& t) {
@@ -243,6 +281,7 @@ PYBIND11_MODULE(tessel_counters, m) {
                     Tool::hexBytes(t.object->buf(), t.entryBytes()) + ">";
            })
       .def("fields", &fields, "Every field valid on this chip and variant: accessor name -> value.")
+      .def("words", &words, "The entry's 32-bit words, word 0 (bits 0..31) first, as ints.")
       .def("layout", &layout,
            "Every field valid here: accessor name -> hardwareName, id, offset, width (bits) and\n"
            "viewOf, the narrowest field whose bits hold all of this one's (None if none).")
@@ -259,16 +298,20 @@ PYBIND11_MODULE(tessel_counters, m) {
         "The classes (on one chip, by name or number): name -> kind ('register' or 'memory')\n"
         "and variants, a dict chip name -> list of variants.");
   m.def("open", &openAccessor, py::arg("class_name"), py::arg("chip"), py::arg("variant") = none,
-        py::arg("data") = none,
+        py::arg("data") = none, py::kw_only(), py::arg("words") = false,
         "An accessor of the class on the chip (name or number) and variant (default: the class's\n"
-        "first on the chip) over zero bytes or a copy of data (bytes-like or hex, the entry's "
-        "size).");
+        "first on the chip) over zero bytes or a copy of data, the entry's size: bytes-like, or\n"
+        "text in the tool's form (bytes in buffer order; with words=True, 32-bit words, word 0\n"
+        "first, as a register read prints them; on many lines, with # comments), or with\n"
+        "words=True a list of ints.");
   m.def(
       "decode",
       [](const std::string& cls, const py::object& chip, const py::object& data,
-         const py::object& variant) { return fields(openAccessor(cls, chip, variant, data)); },
+         const py::object& variant,
+         bool words) { return fields(openAccessor(cls, chip, variant, data, words)); },
       py::arg("class_name"), py::arg("chip"), py::arg("data"), py::arg("variant") = none,
-      "Every field of the entry in data: accessor name -> value.");
+      py::kw_only(), py::arg("words") = false,
+      "Every field of the entry in data (as open takes it): accessor name -> value.");
   m.def(
       "encode",
       [](const std::string& cls, const py::object& chip, const py::object& variant,

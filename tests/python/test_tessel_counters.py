@@ -74,6 +74,19 @@ def test_an_accessor_is_a_python_object():
     assert tc.decode("CrpsEngineCfg", 10, "01:00 " + "00" * 30)["engineNMode"] == 1
 
 
+def test_bytes_words_and_lines_are_one_entry():
+    data = random.Random(26).randbytes(44)
+    words = [int.from_bytes(data[i:i + 4], "little") for i in range(0, 44, 4)]
+    want = tc.decode("CrpsEngineCfg", "BCM88860_A0", data)
+    lines = "".join(f"0x{w:x}  # word {i}\r\n" for i, w in enumerate(words))
+    for form, as_words in [(data.hex(":"), False), (data.hex(" ", 4).replace(" ", "\n"), False),
+                           (lines, True), (" ".join(f"{w:08x}" for w in words), True), (words, True)]:
+        r = tc.open("CrpsEngineCfg", "BCM88860_A0", data=form, words=as_words)
+        assert r.fields() == want and r.words() == words and bytes(r) == data
+    with pytest.warns(UserWarning, match=r"'0x00000001' is read as bytes .* pass words=True"):
+        tc.decode("CrpsModulesrcCfg", 10, "0x00000001 0xffffffff 0xfc00000f")
+
+
 def test_default_variant_is_the_first_on_the_chip():
     assert tc.open("CduInstrumentationResetLow", "BCM88800_A0").variant == 1
     assert tc.open("CduInstrumentationResetLow", "BCM88690_B0").variant == 0
@@ -103,6 +116,13 @@ BAD_INPUT = [
     (lambda: tc.decode(E, 10, bytes(33)), ValueError, "data has 33 bytes"),
     (lambda: tc.decode(E, 10, "0x0g"), ValueError, "'g' is not a hex digit"),
     (lambda: tc.decode(E, 10, 32), TypeError, "data must be bytes-like or a hex string"),
+    (lambda: tc.decode(E, 10, bytes(32), words=True), TypeError, "with words=True, data must be text"),
+    (lambda: tc.decode(E, 10, [1] * 7, words=True), ValueError,
+     f"data has 7 words, but {WHERE} is 8 words; give exactly 8 words, word 0 first"),
+    (lambda: tc.decode(E, 10, [1 << 32] * 8, words=True), ValueError, "word 0 of data must be a number"),
+    (lambda: tc.decode(E, 10, ["1"] * 8, words=True), TypeError, "word 0 must be an int"),
+    (lambda: tc.decode(E, 10, "0x1 0x123456789", words=True), ValueError, "more than a 32-bit word"),
+    (lambda: tc.decode(E, 10, "00\n00 \u00e9", words=True), ValueError, "U+00E9 is not ASCII (line 2, column 4)"),
     (lambda: r().engineNMod, tc.FieldError, "no field 'engineNMod' (did you mean engineNMode?)"),
     (lambda: r()["ENGINE_N_MOD"], KeyError, "did you mean"),
     (lambda: setattr(r(), "engineNLfsrEnable", 1), KeyError,

@@ -134,8 +134,16 @@ class InChromium(unittest.TestCase):
                              b.each("#instances td:nth-child(4)"))
         b.type_into("#hex", dump)
         decoded = tool_json("decode", "CrpsEngineCfg", "--chip", "BCM88690_B0", dump)["fields"]
-        self.assertEqual([[f["name"], f["hex"], f["decimal"]] for f in decoded],
-                         b.each("#decoded tr:not(:first-child)", "[...e.cells].slice(2, 5).map(c => c.textContent)"))
+        table = "[...e.cells].slice(2, 5).map(c => c.textContent)"
+        self.assertEqual([[f["name"], f["hex"], f["decimal"]] for f in decoded], b.each("#decoded tr:not(:first-child)", table))
+        b.js("document.getElementById('hex').value = ''")  # the same entry as words, over lines, with the switch
+        b.js("document.getElementById('words').click()")
+        words = bytes.fromhex(dump)
+        b.type_into("#hex", "".join(f"0x{int.from_bytes(words[i:i + 4], 'little'):x}  # {i}\n" for i in range(0, 32, 4)))
+        self.assertEqual([[f["name"], f["hex"], f["decimal"]] for f in decoded], b.each("#decoded tr:not(:first-child)", table))
+        b.js("document.getElementById('words').click()")
+        b.js("document.getElementById('hex').value = ''")
+        b.type_into("#hex", dump)
         others = b.each(f"#field-{field} td:nth-child(7) a")  # the field on the other chips, by link
         self.assertEqual({c for c, _ in places} - {"BCM88690_B0"}, set(others))
         b.js(f"document.querySelector('#field-{field} td:nth-child(7) a').click()")
@@ -186,12 +194,19 @@ class InChromium(unittest.TestCase):
             name, also = self.b.js("[TC.shape().fields[0].name, TC.shape().fields[0].alsoIn]")
             hits = tool_json("search", name)["fields"]
             self.assertEqual(sorted(h["class"] for h in hits if h["name"] == name), sorted([cls, *also]))
-            random_dump = bytes(random.Random(cls).randrange(256) for _ in range(size)).hex(":")
-            for hex_ in ["ff" * size, random_dump, "0x" + "01" * (size - 1), "0xfg", "123", "00" * (size + 1)]:
-                with self.subTest(cls=cls, hex=hex_):
-                    got = self.b.js(f"try {{ TC.decode(TC.shape(), '{hex_}', '{cls} on {chip} variant {variant}') }}"
-                                    " catch (e) { e.message }")
-                    rc, out, err = tool("decode", cls, "--chip", chip, "--variant", str(variant), hex_, "--json")
+            data = bytes(random.Random(cls).randrange(256) for _ in range(size))
+            words = [f"0x{int.from_bytes(data[i:i + 4], 'little'):x}" for i in range(0, size, 4)]
+            inputs = [("bytes", t) for t in ["ff" * size, data.hex(":"), "0x" + "01" * (size - 1), "0xfg", "123",
+                                              "00" * (size + 1), data.hex(" ", 3).replace(" ", "\r\n# c\n"),
+                                              "01\u00a0", "01 \x7f", "#", "0x" + "z" * 200]]
+            inputs += [("words", t) for t in ["\t".join(words), "\n".join(w + " # \u00e9" for w in words), "0x1f",
+                                              "0x1 0x123456789", " ".join(words * 2), "1 2 0xg"]]
+            for form, text in inputs:
+                with self.subTest(cls=cls, form=form, text=text):
+                    got = self.b.js(f"try {{ TC.decode(TC.shape(), {json.dumps(text)}, '{cls} on {chip} variant "
+                                    f"{variant}', '{form}', 'give --words') }} catch (e) {{ e.message }}")
+                    rc, out, err = tool("decode", cls, "--chip", chip, "--variant", str(variant), text, "--json",
+                                        *(["--words"] if form == "words" else []))
                     if rc:
                         self.assertEqual(err.strip(), "tessel-counters: " + got)
                         continue
@@ -199,7 +214,7 @@ class InChromium(unittest.TestCase):
                     self.assertEqual([{k: f.get(k) for k in keys} for f in want["fields"]],
                                      [{k: f.get(k) for k in keys} for f in got["fields"]])
                     self.assertEqual(want["strayBits"], got["strayBits"])
-                    self.assertEqual(err.strip(), ("note: " + got["note"]) if got["note"] else "")
+                    self.assertEqual(err.splitlines(), ["note: " + n for n in got["notes"]])
 
     def test_an_address_lists_what_lies_there_as_locate_does(self):
         b, classes = self.b, tool_json("export")["classes"]

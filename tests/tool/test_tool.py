@@ -47,12 +47,13 @@ VIEW_TARGETS = [
 ]
 
 
-def run(*args, env=None):
+def run(*args, env=None, stdin=None, stdout=subprocess.PIPE):
     full_env = dict(os.environ)
     full_env.pop("WISP_TRACE", None)
     if env:
         full_env.update(env)
-    p = subprocess.run([TOOL, *args], capture_output=True, text=True, env=full_env, timeout=60)
+    p = subprocess.run([TOOL, *args], stdout=stdout, stderr=subprocess.PIPE, text=True, env=full_env,
+                       timeout=60, input=stdin)
     return p.returncode, p.stdout, p.stderr
 
 
@@ -231,20 +232,21 @@ class Encode(unittest.TestCase):
         rc, again, _ = run("decode", "CrpsModulesrcCfg", "--chip", "10", out.strip())
         self.assertIn("set bits outside every field: 66..67, 90..95", again)
 
-    def test_raw_field_takes_hex_of_its_width(self):
-        # engineNAvoidSeqScanValue: 72 bits at bit 142 on 88860.
-        value = 0xA5_0123456789ABCDEF
-        rc, out, err = run("encode", "CrpsEngineCfg", "--chip", "BCM88860_A0",
-                           f"engineNAvoidSeqScanValue={value:x}", "ENGINE_N_MODE=0x81")
-        self.assertEqual(0, rc, err)
-        data = bytes.fromhex(out)
-        self.assertEqual(44, len(data))
-        self.assertEqual(value, field_bits(data, 142, 72))
-        self.assertEqual(0x81, field_bits(data, 0, 8))
-        self.assertEqual(value << 142 | 0x81, int.from_bytes(data, "little"))
-        rc, out, err = run("decode", "CrpsEngineCfg", "--chip", "BCM88860_A0", "--json", out.strip())
-        fields = {f["name"]: f for f in json.loads(out)["fields"]}
-        self.assertEqual(value, int(fields["engineNAvoidSeqScanValue"]["hex"], 16))
+    def test_raw_field_is_decimal_unless_0x(self):
+        # engineNAvoidSeqScanValue: 72 bits at bit 142 on 88860, decimal or 0x like any field.
+        for value, text in [(0xA5_0123456789ABCDEF, "0xa50123456789abcdef"), (12345, "12345"),
+                            (0x12345, "0x12345"), ((1 << 72) - 1, str((1 << 72) - 1))]:
+            rc, out, err = run("encode", "CrpsEngineCfg", "--chip", "BCM88860_A0",
+                               f"engineNAvoidSeqScanValue={text}", "ENGINE_N_MODE=0x81")
+            self.assertEqual(0, rc, err)
+            data = bytes.fromhex(out)
+            self.assertEqual(44, len(data))
+            self.assertEqual(value << 142 | 0x81, int.from_bytes(data, "little"), text)
+            rc, out, err = run("decode", "CrpsEngineCfg", "--chip", "BCM88860_A0", "--json", out.strip())
+            fields = {f["name"]: f for f in json.loads(out)["fields"]}
+            self.assertEqual(str(value), fields["engineNAvoidSeqScanValue"]["decimal"])
+        rc, _, err = run("encode", "CrpsEngineCfg", "--chip", "17", "engineNAvoidSeqScanValue=a5")
+        self.assertIn("bad value 'a5'", err)
 
     def test_views_that_share_bits_are_refused_together(self):
         rc, out, err = run("encode", "EtppbMapStsToType", "--chip", "10", "stsType=1",
@@ -576,6 +578,244 @@ class Readme(unittest.TestCase):
         self.assertGreaterEqual(examples, 4)
 
 
+class Inputs(unittest.TestCase):
+    """One grammar of an entry's contents: bytes or words, lines, comments, a file, stdin."""
+
+    def test_every_form_gives_the_same_fields(self):
+        rnd = random.Random(26)
+        for cls, chip in [("CrpsModulesrcCfg", "BCM88860_A0"), ("CrpsEngineCfg", "BCM88690_B0")]:
+            size = describe(cls, chip)["entryBytes"]
+            data = bytes(rnd.randrange(256) for _ in range(size))
+            words = [int.from_bytes(data[i:i + 4], "little") for i in range(0, size, 4)]
+            lines = "".join(f"  0x{w:x}\t# word {i}\r\n" for i, w in enumerate(words))
+            with tempfile.NamedTemporaryFile("w", suffix=".txt") as f:
+                f.write(lines)
+                f.flush()
+                forms = [([data.hex()], None), ([data.hex(" ", 4).replace(" ", "\n# x\n")], None),
+                         (["--words", " ".join(f"{w:08x}" for w in words)], None),
+                         (["--words", lines], None), (["--words", "@" + f.name], None),
+                         (["--words", "-"], lines), (["-"], data.hex(":"))]
+                outs = []
+                for args, stdin in forms:
+                    rc, out, err = run("decode", cls, "--chip", chip, "--json", *args, stdin=stdin)
+                    self.assertEqual((0, ""), (rc, err), args)
+                    outs.append(json.loads(out))
+            self.assertEqual([outs[0]] * len(forms), outs, cls)
+            self.assertEqual(" ".join(f"0x{w:08x}" for w in words), outs[0]["words"])
+            rc, out, _ = run("encode", cls, "--chip", chip, "--words", "--from", lines)
+            self.assertEqual(outs[0]["words"] + "\n", out)
+
+    def test_a_number_that_reads_like_a_word_is_bytes_with_a_note(self):
+        d = ["decode", "CrpsModulesrcCfg", "--chip", "10", "--json"]
+        rc, as_bytes, err = run(*d, "0x00000001 0xffffffff 0xfc00000f")
+        self.assertEqual(0, rc)
+        self.assertEqual("00 00 00 01 ff ff ff ff fc 00 00 0f", json.loads(as_bytes)["bytes"])
+        self.assertIn("note: HEX '0x00000001' is read as bytes in buffer order", err)
+        self.assertIn("give --words", err)
+        rc, as_words, err = run(*d, "--words", "0x00000001 0xffffffff 0xfc00000f")
+        self.assertEqual((0, ""), (rc, err))
+        self.assertEqual(json.loads(as_words), json.loads(run(*d, "01000000ffffffff0f0000fc")[1]))
+        self.assertEqual("", run(*d, "0x01")[2].split("note: HEX has")[0])  # one byte reads alike
+
+    def test_a_bad_character_is_named_at_its_place_and_long_input_is_cut(self):
+        d = ["decode", "CrpsEngineCfg", "--chip", "10"]
+        for text, words, part in [("01 02\x01", False, r"'\x01' is a control character (line 1, column 6)"),
+                                  ("01\u00a002", False, "U+00A0 is not ASCII (line 1, column 3)"),
+                                  ("0x1\n# caf\u00e9\n 0x2 0x3\u2019", True, "U+2019 is not ASCII (line 3, column 9)"),
+                                  ("0x1 0x123456789", True, "'0x123456789' has 9 hex digits, more than a 32-bit word"),
+                                  ("01\n02 0xg", False, "'g' is not a hex digit (line 2, column 6)"),
+                                  ("#", True, "no words")]:
+            with self.subTest(text=text):
+                rc, _, err = run(*d, *(["--words"] if words else []), text)
+                self.assertEqual(2, rc)
+                self.assertEqual(1, len(err.splitlines()), err)
+                self.assertIn(part, err)
+        for args in [d + ["zz" * 50000], ["encode", "CrpsEngineCfg", "--chip", "10", "x" * 100000 + "=1"],
+                     ["describe", "C" * 100000, "--chip", "10"], ["frob" * 25000]]:
+            rc, _, err = run(*args)
+            self.assertEqual(2, rc)
+            self.assertLess(len(err), 1500, err[:200])
+            self.assertIn("...' (1000", err)
+
+
+class NoOutputLost(unittest.TestCase):
+    def test_a_full_disk_is_an_error_and_a_closed_pipe_is_quiet(self):
+        with open("/dev/full", "w") as full:
+            for args in [["export", "--json"], ["chips"], ["address", "CrpsTypeMapMem", "--chip", "10", "--all"],
+                         ["map", "CrpsEngineCfg", "--chip", "10", "--svg", "-"]]:
+                rc, out, err = run(*args, stdout=full)
+                self.assertEqual(2, rc, args)
+                self.assertEqual("tessel-counters: cannot write standard output: No space left on device\n", err)
+        rc, _, err = run("map", "CrpsEngineCfg", "--chip", "10", "--svg", "/dev/full")
+        self.assertEqual((2, "tessel-counters: cannot write '/dev/full': No space left on device\n"), (rc, err))
+        for ignored in (False, True):  # also where the parent ignores SIGPIPE
+            p = subprocess.Popen([TOOL, "export", "--json"], stdout=subprocess.PIPE,
+                                 stderr=subprocess.PIPE, restore_signals=not ignored)
+            p.stdout.readline()
+            p.stdout.close()
+            self.assertEqual(b"", p.stderr.read())
+            self.assertIn(p.wait(timeout=60), (-13, 141))
+            p.stderr.close()
+
+    def test_files_are_written_whole_or_not_at_all(self):
+        with tempfile.TemporaryDirectory() as d:
+            keep, other = os.path.join(d, "keep.svg"), os.path.join(d, "other.html")
+            for path in (keep, other):
+                with open(path, "w") as f:
+                    f.write("mine")
+            os.chmod(keep, 0o640)
+            m = ["map", "CrpsEngineCfg", "--chip", "10"]
+            for args, part in [(["--svg", keep, "--html", os.path.join(d, "nodir", "x.html")], "cannot write"),
+                               (["--svg", keep, "--html", keep], "are the same file"),
+                               (["--svg", other, "--html", os.path.join(d, ".", "other.html")], "are the same file"),
+                               (["--svg", keep, "--html", "/dev/full"], "No space left")]:
+                rc, _, err = run(*m, *args)
+                self.assertEqual(2, rc)
+                self.assertIn(part, err)
+                self.assertEqual(["keep.svg", "other.html"], sorted(os.listdir(d)))
+                for path in (keep, other):
+                    with open(path) as f:
+                        self.assertEqual("mine", f.read())
+            self.assertEqual(0, run(*m, "--svg", keep)[0])
+            self.assertEqual(0o640, os.stat(keep).st_mode & 0o777)
+            self.assertEqual(["keep.svg", "other.html"], sorted(os.listdir(d)))
+
+    def test_site_changes_only_its_own_files(self):
+        with tempfile.TemporaryDirectory() as d:
+            mine = {"index.html": "my own page", "notes.txt": "my notes"}
+            for name, text in mine.items():
+                with open(os.path.join(d, name), "w") as f:
+                    f.write(text)
+            rc, _, err = run("site", d)
+            self.assertEqual(2, rc)
+            self.assertIn("index.html' is in the way", err)
+            self.assertEqual(sorted(mine), sorted(os.listdir(d)))
+            os.remove(os.path.join(d, "index.html"))
+            for _ in range(2):  # the second time over the files the first wrote
+                self.assertEqual(0, run("site", d)[0])
+            with open(os.path.join(d, "notes.txt")) as f:
+                self.assertEqual("my notes", f.read())
+            os.remove(os.path.join(d, "site.css"))
+            os.symlink(os.path.join(d, "notes.txt"), os.path.join(d, "site.css"))
+            self.assertEqual(2, run("site", d)[0])
+            with open(os.path.join(d, "notes.txt")) as f:
+                self.assertEqual("my notes", f.read())
+
+
+def read_list(chip, *more):
+    rc, out, err = run("dump", "list", "--chip", chip, *more)
+    assert rc == 0, err
+    return [l for l in out.splitlines() if not l.startswith("#")]
+
+
+def with_words(line, rnd):
+    """A dump list line with random words in place of its zeros: (text, words as one int)."""
+    head = line.split("#")[0].split()
+    words = [rnd.getrandbits(32) for _ in head[2:]]
+    return " ".join(head[:2] + [f"0x{w:x}" for w in words]), sum(w << (32 * i) for i, w in enumerate(words))
+
+
+def dump_json(*args, stdin=None):
+    rc, out, err = run("dump", *args, "--json", stdin=stdin)
+    return rc, [json.loads(l) for l in out.splitlines()], err
+
+
+class Dumps(unittest.TestCase):
+    def test_list_words_decode_to_the_bits_of_every_class(self):
+        """dump list, random words, dump decode: every field is the bits it lies on, by the export's layouts."""
+        rnd = random.Random(2026)
+        for chip in (A, B):
+            layouts = {(c["name"], l["variant"]): l for c in run_json("export", "--chip", chip)["classes"]
+                       for l in c["layouts"]}
+            by_class = {}
+            for line in read_list(chip):
+                by_class.setdefault(line.split("# ")[1].split("[")[0], []).append(line)
+            self.assertEqual({c for c, _ in layouts}, set(by_class), chip)
+            sample = [l for lines in by_class.values() for l in rnd.sample(lines, min(4, len(lines)))]
+            filled = [with_words(l, rnd) for l in sample]
+            rc, decoded, err = dump_json("decode", "-", "--chip", chip,
+                                         stdin="\n".join(["# filled"] + [t for t, _ in filled]))
+            self.assertEqual((0, ""), (rc, err))
+            self.assertEqual(len(sample), len(decoded))
+            for (text, value), d in zip(filled, decoded):
+                self.assertEqual(text.split()[0], f"{d['block']}.{d['subBlock']}")
+                [m] = d["matches"]
+                for v in m["variants"]:
+                    self.assertEqual([(f["name"], f["offset"], f["width"]) for f in layouts[m["class"], v]["fields"]],
+                                     [(f["name"], f["offset"], f["width"]) for f in m["fields"]], (text, v))
+                covered = 0
+                for f in m["fields"]:
+                    self.assertEqual(field_bits(value.to_bytes(64 * 4, "little"), f["offset"], f["width"]),
+                                     int(f["decimal"]), (text, f["name"]))
+                    covered |= ((1 << f["width"]) - 1) << f["offset"]
+                stray = sum(((1 << (r["last"] - r["first"] + 1)) - 1) << r["first"] for r in m["strayBits"])
+                self.assertEqual(value & ~covered, stray, text)
+
+    def test_list_of_a_class_and_one_variant(self):
+        lines = read_list(B, "--class", "CrpsExpansionMapMem")
+        d = describe("CrpsExpansionMapMem", B)
+        self.assertEqual(d["instanceCount"] * d["arrayElements"] * d["entries"], len(lines))
+        self.assertTrue(all(l.split("#")[0].split()[2:] == ["0x00000000"] * d["widthWords"] for l in lines))
+        rc, decoded, _ = dump_json("decode", "-", "--chip", B, "--variant", "7", stdin=lines[40000])
+        self.assertEqual([7], decoded[0]["matches"][0]["variants"])
+        _, out, _ = run("dump", "list", "--chip", B, "--class", "CrpsEngineScanEnable", "--json")
+        self.assertEqual({"block": 617, "subBlock": 0, "address": 540, "words": [0]}, json.loads(out.splitlines()[2]))
+
+    def test_bad_lines_are_reported_and_the_rest_decoded(self):
+        dump = ("617.0 0x21c 0xff\n\n# a comment\n617 540 0xff 0x1\nx\n617.0 0x21c 0xfg\n5 5 0x1\n"
+                '{"block": 617, "subBlock": 0, "address": 540, "words": [256]}\n{"block": 617}\n')
+        rc, out, err = run("dump", "decode", "-", "--chip", B, stdin=dump)
+        self.assertEqual((1, ""), (rc, err))
+        self.assertIn("line 1, 617.0 0x21c: CrpsEngineScanEnable variant 0, instance 2", out)
+        for part in ["line 4, 617 0x21c: 2 words, but what lies there is 1 word", "line 5: expected BLOCK",
+                     "line 6: word 0 '0xfg' is not a 32-bit word", "line 7, 5 0x5: nothing of the catalogue",
+                     "line 9: no \"address\"", "2 entries decoded, 5 lines reported"]:
+            self.assertIn(part, out)
+        rc, decoded, _ = dump_json("decode", "-", "--chip", B, stdin=dump)
+        self.assertEqual([1, 4, 5, 6, 7, 8, 9], [d["line"] for d in decoded])
+        self.assertEqual(["256"], [f["decimal"] for f in decoded[5]["matches"][0]["fields"]])
+        self.assertEqual(5, sum("error" in d for d in decoded))
+
+    def test_diff_names_the_fields_over_a_flipped_bit(self):
+        rnd = random.Random(7)
+        lines = [with_words(l, rnd)[0] for l in rnd.sample(read_list(B), 300)]
+        with tempfile.TemporaryDirectory() as d:
+            a, b = os.path.join(d, "a.dump"), os.path.join(d, "b.dump")
+            with open(a, "w") as f:
+                f.write("\n".join(lines) + "\n")
+            self.assertEqual((0, "", ""), run("dump", "diff", a, a, "--chip", B)[:1] + ("", ""))
+            for _ in range(12):
+                k = rnd.randrange(len(lines))
+                head, words = lines[k].split()[:2], [int(w, 16) for w in lines[k].split()[2:]]
+                bit = rnd.randrange(32 * len(words))
+                words[bit // 32] ^= 1 << (bit % 32)
+                with open(b, "w") as f:
+                    f.write("\n".join(lines[:k] + [" ".join(head + [hex(w) for w in words])] + lines[k + 1:]))
+                _, [before] = dump_json("decode", "-", "--chip", B, stdin=lines[k])[:2]
+                over = {f["name"] for f in before["matches"][0]["fields"]
+                        if f["offset"] <= bit < f["offset"] + f["width"]}
+                rc, out, err = run("dump", "diff", a, b, "--chip", B)
+                self.assertEqual((1, ""), (rc, err))
+                named = {l.split(": ")[0].split()[-1] for l in out.splitlines()[:-1]}
+                self.assertEqual(over or {"field"}, named, (lines[k], bit))
+                self.assertIn(f"in 1 entry, 0 entries only in {a}, 0 only in {b}; 299 entries the same", out)
+                rc, diffs, _ = dump_json("diff", a, b, "--chip", B)
+                self.assertEqual(over, {f["name"] for f in diffs[0]["matches"][0]["fields"]})
+                self.assertTrue(diffs[-1]["summary"]["differ"])
+            with open(b, "w") as f:
+                f.write("\n".join(lines[1:]))
+            rc, out, _ = run("dump", "diff", a, b, "--chip", B)
+            self.assertEqual(1, rc)
+            self.assertIn(f"only in {a}, line 1: {lines[0].split()[0]} ", out)
+            with open(b, "w") as f:
+                f.write("\n".join(lines + lines[:1] + ["5 5 0x1"]))
+            rc, out, err = run("dump", "diff", a, b, "--chip", B)
+            self.assertEqual(2, rc)
+            self.assertIn(f"{b} line 301: {lines[0].split()[0]} 0x", out)
+            self.assertIn(f"{b} line 302: 5 0x5: nothing of the catalogue", out)
+            self.assertIn("2 lines of", err)
+
+
 class Errors(unittest.TestCase):
     def check(self, args, *parts):
         rc, out, err = run(*args)
@@ -695,7 +935,20 @@ class Errors(unittest.TestCase):
                            ("export", "export needs one of --json"), ("export --c-header", "--c-header needs --chip"),
                            ("export --json --class CrpsTypeMapMem", "--class goes with --c-header"),
                            ("site", "site takes one DIR"), ("site /dev/null", "cannot make the folder '/dev/null'"),
-                           ("site /proc/tessel", "cannot make the folder '/proc/tessel'")]:
+                           ("site /proc/tessel", "cannot make the folder '/proc/tessel'"),
+                           ("dump", "dump takes list, decode FILE or diff A B"),
+                           ("dump frob --chip 10", "unknown dump command 'frob'"),
+                           ("dump list", "--chip is required"), ("dump list --chip 10 x", "takes options only"),
+                           ("dump list --chip 10 --class Nope", "unknown class 'Nope'"),
+                           ("dump list --chip 10 --class CrpsReservedSpare2", "does not exist on BCM88690_B0"),
+                           ("dump list --chip 10 --variant 1", "--variant goes with dump decode"),
+                           ("dump decode --chip 10 --class CrpsEngineCfg x", "--class goes with dump list"),
+                           ("dump decode --chip 10", "dump decode takes one FILE"),
+                           ("dump decode /nonexistent --chip 10", "cannot read '/nonexistent': No such file"),
+                           ("dump decode /tmp --chip 10", "cannot read '/tmp': Is a directory"),
+                           ("dump decode - --chip 10 --variant x", "--variant must be a number"),
+                           ("dump diff /nonexistent --chip 10", "dump diff takes two FILEs"),
+                           ("decode CrpsEngineCfg --chip 10 @/nonexistent", "cannot read '/nonexistent'")]:
             self.check(args.split(), part)
 
 if __name__ == "__main__":

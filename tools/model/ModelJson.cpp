@@ -2,12 +2,20 @@
 
 namespace Tool {
 
+Json objectWithRoom(std::size_t keys) {
+  Json j = Json::object();
+  j.get_ref<Json::object_t&>().reserve(keys);
+  return j;
+}
+
 Json fieldJson(const Field& f) {
-  return {{"name", f.name},
-          {"hardwareName", f.hardwareName},
-          {"id", f.id},
-          {"offset", f.offset},
-          {"width", f.width}};
+  Json j = objectWithRoom(10);  // and the keys that decode and the views add
+  j["name"] = f.name;
+  j["hardwareName"] = f.hardwareName;
+  j["id"] = f.id;
+  j["offset"] = f.offset;
+  j["width"] = f.width;
+  return j;
 }
 
 void addViewKeys(Json& j, const std::vector<Field>& fields, const FieldView& view) {
@@ -50,6 +58,10 @@ std::string jsonText(const Json& j) {
 
 void printJson(std::ostream& out, const Json& j) {
   out << jsonText(j) << "\n";
+}
+
+std::string jsonLine(const Json& j) {
+  return j.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 }  // namespace Tool

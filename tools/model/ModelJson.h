@@ -14,6 +14,12 @@ namespace Tool {
 // Keys in the order they are set.
 using Json = nlohmann::ordered_json;
 
+// An empty object with room for `keys` keys. An object's keys are a vector
+// whose growth copies every value (a key is const, so a pair can't move): an
+// object that gets a large value (a list of fields) and then more keys wants
+// its room first.
+Json objectWithRoom(std::size_t keys);
+
 // "name", "hardwareName", "id", "offset" and "width".
 Json fieldJson(const Field& field);
 // Adds "viewOf" and "overlaps" where the field has them.
@@ -27,5 +33,7 @@ Json geometryJson(const Layout& layout);
 std::string jsonText(const Json& j);
 // The value and a line end.
 void printJson(std::ostream& out, const Json& j);
+// The value on one line, as JSON Lines hold it, with its line end.
+std::string jsonLine(const Json& j);
 
 }  // namespace Tool

@@ -32,6 +32,17 @@ void fail(const std::string& message, ErrorKind kind) {
   throw UsageError{oneLine(message), kind};
 }
 
+std::string quoted(const std::string& text) {
+  constexpr std::size_t kShown = 100, kLongest = 120;
+  if (text.size() <= kLongest) return "'" + text + "'";
+  return "'" + text.substr(0, kShown) + "...' (" + std::to_string(text.size()) + " characters)";
+}
+
+std::string shown(const std::string& text) {
+  const std::string q = quoted(text);
+  return q.size() == text.size() + 2 ? text : q;
+}
+
 const std::string* Args::get(const std::string& option) const {
   auto it = options.find(option);
   return it == options.end() ? nullptr : &it->second;
@@ -59,7 +70,7 @@ Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& 
     if (!option) {
       std::string list;
       for (const auto& o : allowed) list += (list.empty() ? "" : ", ") + o.name;
-      fail("unknown option " + arg +
+      fail("unknown option " + shown(arg) +
            (list.empty() ? "; this command takes no options" : "; this command takes " + list));
     }
     if (option->takesValue && !inlineValue) {
@@ -74,8 +85,6 @@ Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& 
   return a;
 }
 
-namespace {
-
 int hexDigit(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
@@ -86,6 +95,8 @@ int hexDigit(char c) {
 bool startsWith0x(const std::string& s) {
   return s.size() >= 2 && s[0] == '0' && (s[1] == 'x' || s[1] == 'X');
 }
+
+namespace {
 
 // Little-endian bytes of a number given by its digits in `base`, most
 // significant first.
@@ -122,7 +133,7 @@ U64 parseNumber(const std::string& text, const std::string& what, U64 max) {
   const bool hex = startsWith0x(text);
   const std::string digits = hex ? text.substr(2) : text;
   const auto bad = [&] {
-    fail(what + " must be a number from 0 to " + std::to_string(max) + ", not '" + text + "'");
+    fail(what + " must be a number from 0 to " + std::to_string(max) + ", not " + quoted(text));
   };
   if (digits.empty() || digits.size() > 20) bad();
   for (char c : digits)
@@ -135,56 +146,24 @@ U64 parseNumber(const std::string& text, const std::string& what, U64 max) {
   return v;
 }
 
-std::vector<U8> parseHexBytes(const std::vector<std::string>& tokens, const std::string& what) {
-  std::string text;
-  for (const auto& t : tokens) text += (text.empty() ? "" : " ") + t;
-  const auto bad = [&](const std::string& why) {
-    fail("bad " + what + " '" + text + "': " + why +
-         "; give the bytes in buffer order, byte 0 first, as pairs of hex digits, e.g. "
-         "'0x01020304', '01 02 03 04' or '01:02:03:04'");
-  };
-  std::vector<U8> out;
-  std::size_t i = 0;
-  while (i < text.size()) {
-    if (text[i] == ' ' || text[i] == ':' || text[i] == '\t') {
-      ++i;
-      continue;
-    }
-    std::size_t j = i;
-    while (j < text.size() && text[j] != ' ' && text[j] != ':' && text[j] != '\t') ++j;
-    std::string group = text.substr(i, j - i);
-    if (startsWith0x(group)) group = group.substr(2);
-    if (group.empty()) bad("'0x' without digits");
-    for (char c : group)
-      if (hexDigit(c) < 0) bad(std::string("'") + c + "' is not a hex digit");
-    if (group.size() % 2)
-      bad("'" + group + "' is not a whole number of bytes (odd count of digits)");
-    for (std::size_t k = 0; k < group.size(); k += 2)
-      out.push_back(static_cast<U8>(hexDigit(group[k]) * 16 + hexDigit(group[k + 1])));
-    i = j;
-  }
-  if (out.empty()) bad("no bytes");
-  return out;
-}
-
-std::vector<U8> parseFieldValue(const std::string& text, unsigned width, bool hexOnly,
+std::vector<U8> parseFieldValue(const std::string& text, unsigned width,
                                 const std::string& describeLimit) {
-  const bool prefixed = startsWith0x(text);
-  const bool hex = hexOnly || prefixed;
-  std::string digits = prefixed ? text.substr(2) : text;
+  const bool hex = startsWith0x(text);
+  std::string digits = hex ? text.substr(2) : text;
   digits.erase(std::remove(digits.begin(), digits.end(), '_'), digits.end());
-  const std::string form =
-      hexOnly ? "hex digits (0x optional)" : "a decimal number or 0x and hex digits";
-  if (digits.empty()) fail("bad value '" + text + "' for " + describeLimit + "; give " + form);
+  const auto bad = [&] {
+    fail("bad value " + quoted(text) + " for " + describeLimit +
+         "; give a decimal number or 0x and hex digits");
+  };
+  if (digits.empty()) bad();
   for (char c : digits)
-    if (hex ? hexDigit(c) < 0 : !std::isdigit(static_cast<unsigned char>(c)))
-      fail("bad value '" + text + "' for " + describeLimit + "; give " + form);
+    if (hex ? hexDigit(c) < 0 : !std::isdigit(static_cast<unsigned char>(c))) bad();
   auto bytes = digitsToBytes(digits, hex ? 16 : 10);
   if (bitLength(bytes) > width) {
     std::vector<U8> max((width + 7) / 8, 0xff);
     if (width % 8) max.back() = static_cast<U8>((1u << (width % 8)) - 1);
-    fail("value " + text + " is too wide for " + describeLimit + ": " + std::to_string(width) +
-         " bits, at most " + hexValue(max, width) +
+    fail("value " + shown(text) + " is too wide for " + describeLimit + ": " +
+         std::to_string(width) + " bits, at most " + hexValue(max, width) +
          (width <= 64 ? " (" + decimalValue(max) + ")" : ""));
   }
   bytes.resize((width + 7) / 8, 0);

@@ -1,5 +1,5 @@
-// Command-line parsing shared by all subcommands: options, numbers, hex byte
-// strings and field values. Every problem is a UsageError, which main turns
+// Command-line parsing shared by all subcommands: options, numbers and field
+// values (an entry's contents: Entry.h). Every problem is a UsageError, which main turns
 // into one line on stderr and exit status 2, and the Python module into an
 // exception of the error's kind.
 #pragma once
@@ -28,6 +28,12 @@ struct UsageError {
 
 [[noreturn]] void fail(const std::string& message, ErrorKind kind = ErrorKind::BadValue);
 
+// What the user gave, in quotes, for a message: whole, or, when too long to
+// be meant, its start and its length ("'0102...' (40000 characters)").
+std::string quoted(const std::string& text);
+// The same without the quotes where it is short: "--colour", "32".
+std::string shown(const std::string& text);
+
 struct OptionSpec {
   std::string name;  // "--chip"
   bool takesValue;   // false for switches such as "--json"
@@ -46,19 +52,18 @@ struct Args {
 // command takes "--help" (a switch).
 Args parseArgs(int argc, char** argv, int first, const std::vector<OptionSpec>& allowed);
 
+// The value of a hex digit, or -1 for any other character.
+int hexDigit(char c);
+// Whether the text starts with 0x or 0X.
+bool startsWith0x(const std::string& text);
+
 // A whole number, decimal or 0x-prefixed hex, from 0 to max.
 U64 parseNumber(const std::string& text, const std::string& what, U64 max);
 
-// Bytes in buffer order (byte 0 first), as a hex dump shows them: an optional
-// 0x, pairs of hex digits, optionally grouped by spaces or colons. Each group
-// holds whole bytes. The tokens are joined with spaces first.
-std::vector<U8> parseHexBytes(const std::vector<std::string>& tokens, const std::string& what);
-
-// A field value as a little-endian byte array of `width` bits at most. With
-// `hexOnly` (fields wider than 64 bits) the digits are hex, 0x optional;
-// otherwise decimal, or hex after 0x. The digits are a number: the most
+// A field value as a little-endian byte array of `width` bits at most:
+// decimal, or hex after 0x, at any width. The digits are a number: the most
 // significant digit comes first. `describeLimit` names the field in messages.
-std::vector<U8> parseFieldValue(const std::string& text, unsigned width, bool hexOnly,
+std::vector<U8> parseFieldValue(const std::string& text, unsigned width,
                                 const std::string& describeLimit);
 
 // "0x3fffff": the value's hex digits, padded to the field's width.

@@ -51,13 +51,13 @@ Hardware::ChipType parseChip(const std::string& text) {
   }
   for (auto chip : knownChips())
     if (number == static_cast<unsigned>(chip)) return chip;
-  fail("unknown chip '" + text + "'; known chips: " + chipList());
+  fail("unknown chip " + quoted(text) + "; known chips: " + chipList());
 }
 
 std::string parseClass(const std::string& text, const std::string& lister) {
   const auto names = classNames();
   if (std::find(names.begin(), names.end(), text) != names.end()) return text;
-  std::string message = "unknown class '" + text + "'";
+  std::string message = "unknown class " + quoted(text);
   const std::string near = closest(text, names);
   if (!near.empty()) message += " (did you mean " + near + "?)";
   message += "; " + lister + " lists the classes";
@@ -110,14 +110,17 @@ std::vector<Field> fieldsOf(const Target& target) {
   return fieldsOf(target.cls, *target.object);
 }
 
-void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact) {
-  const unsigned size = target.entryBytes();
-  if (count == size || (count < size && !exact)) return;
+void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact,
+                 const std::string& unit) {
   const unsigned words = target.object->width();
-  fail(what + " has " + std::to_string(count) + " bytes, but " + target.cls + " on " +
-       target.where() + " is " + std::to_string(size) + " bytes (" + std::to_string(words) +
-       (words == 1 ? " word" : " words") + "); give " + (exact ? "exactly " : "at most ") +
-       std::to_string(size) + " bytes, byte 0 first");
+  const unsigned size = unit == "word" ? words : target.entryBytes();
+  if (count == size || (count < size && !exact)) return;
+  const auto many = [&](std::size_t n, const std::string& u) {
+    return std::to_string(n) + " " + u + (n == 1 ? "" : "s");
+  };
+  fail(what + " has " + many(count, unit) + ", but " + target.cls + " on " + target.where() +
+       " is " + many(size, unit) + (unit == "word" ? "" : " (" + many(words, "word") + ")") +
+       "; give " + (exact ? "exactly " : "at most ") + many(size, unit) + ", " + unit + " 0 first");
 }
 
 void loadBuffer(Target& target, const std::vector<U8>& bytes) {
@@ -170,7 +173,7 @@ Field findField(const Target& target, const std::string& name) {
       "; fields of " + target.cls + " on " + target.where() + ": " + joinNames(names, 24);
   if (!id) {
     const std::string near = closest(name, names);
-    fail(target.cls + " has no field '" + name + "'" +
+    fail(target.cls + " has no field " + quoted(name) +
              (near.empty() ? "" : " (did you mean " + near + "?)") + valid,
          ErrorKind::UnknownName);
   }
@@ -182,9 +185,9 @@ Field findField(const Target& target, const std::string& name) {
       elsewhere.push_back(chipName(chip) + " variant " + std::to_string(v));
   }
   if (elsewhere.empty())
-    fail(target.cls + " has no field '" + name + "'" + valid, ErrorKind::UnknownName);
-  fail("field '" + name + "' of " + target.cls + " is not on " + target.where() + " (it is on " +
-           joinNames(elsewhere, 6) + ")" + valid,
+    fail(target.cls + " has no field " + quoted(name) + valid, ErrorKind::UnknownName);
+  fail("field " + quoted(name) + " of " + target.cls + " is not on " + target.where() +
+           " (it is on " + joinNames(elsewhere, 6) + ")" + valid,
        ErrorKind::UnknownName);
 }
 

@@ -51,9 +51,10 @@ std::string kindOf(const Orrery::AsicBase& object);  // "register" or "memory"
 // The fields of the target (as fieldsOf orders them).
 std::vector<Field> fieldsOf(const Target& target);
 
-// A buffer of `count` bytes, called `what` in messages, for the target's
-// entry: at most the entry's size, or with `exact` just that.
-void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact);
+// An entry of `count` bytes (or words, with `unit` "word"), called `what` in
+// messages, for the target: at most the entry's size, or with `exact` just that.
+void checkLength(const Target& target, std::size_t count, const std::string& what, bool exact,
+                 const std::string& unit = "byte");
 // The entry's bytes into the target's buffer, the rest of it cleared.
 void loadBuffer(Target& target, const std::vector<U8>& bytes);
 

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <iostream>
 
+#include "Entry.h"
 #include "Model.h"
 #include "ModelJson.h"
 
@@ -13,20 +14,22 @@ namespace {
 
 void noExtraPositionals(const Args& a, std::size_t allowed, const std::string& what) {
   if (a.positional.size() > allowed)
-    fail("unexpected argument '" + a.positional[allowed] + "'; " + what);
+    fail("unexpected argument " + quoted(a.positional[allowed]) + "; " + what);
 }
 
-// The entry's bytes: HEX in buffer order, at most the entry's size; shorter
-// input is completed with zero bytes, which a note on stderr says.
-std::vector<U8> entryBytes(const Target& t, const std::vector<std::string>& tokens,
-                           const std::string& what) {
-  auto bytes = parseHexBytes(tokens, what);
-  const unsigned size = t.entryBytes();
-  checkLength(t, bytes.size(), what, false);
-  if (bytes.size() < size)
-    std::cerr << "note: " << what << " has " << bytes.size() << " of " << size << " bytes; bytes "
-              << bytes.size() << ".." << size - 1 << " are taken as 00\n";
-  bytes.resize(size, 0);
+// How the command line gives an entry: bytes, or words with --words.
+EntryReader readerOf(const Args& a, const std::string& what) {
+  return {a.has("--words") ? EntryForm::Words : EntryForm::Bytes, what, "give --words"};
+}
+
+// The entry's bytes from the text an argument stands for (itself, @FILE or
+// - for standard input): at most the entry's size; what was read as it might
+// not have been meant, and shorter input completed with zeros, are told in a
+// note on stderr.
+std::vector<U8> entryBytes(const Target& t, const std::string& argument, const EntryReader& how) {
+  EntryText entry = parseEntry(inputText(argument), how);
+  auto bytes = fitEntry(t, entry, how, false);
+  for (const auto& note : entry.notes) std::cerr << "note: " << note << "\n";
   return bytes;
 }
 
@@ -179,37 +182,128 @@ int cmdDescribe(const Args& a) {
 
 // ---------------------------------------------------------------------------
 
+Decoder decoderOf(const Target& target) {
+  Decoder d{target, fieldsOf(target), {}, {}};
+  d.views = viewsOf(d.fields);
+  const Raw8192 mask = target.object->allFieldsMask();
+  d.mask.assign(mask.begin(), mask.begin() + target.entryBytes());
+  return d;
+}
+
+Decoded decodeEntry(Decoder& d, const std::vector<U8>& bytes) {
+  loadBuffer(d.target, bytes);
+  Decoded e;
+  for (const auto& f : d.fields) e.values.push_back(readField(*d.target.object, f));
+  e.stray = strayBits(bytes.data(), d.mask.data(), 8u * d.target.entryBytes());
+  return e;
+}
+
+void addDecodedKeys(Json& j, const Decoder& d, const Decoded& e) {
+  Json& rows = j["fields"] = Json::array();
+  for (std::size_t i = 0; i < d.fields.size(); ++i) {
+    const auto& f = d.fields[i];
+    Json row = fieldJson(f);
+    row["bits"] = rangeText(f.offset, f.offset + f.width - 1u);
+    row["hex"] = "";
+    row["decimal"] = "";
+    addViewKeys(row, d.fields, d.views[i]);
+    rows.push_back(std::move(row));
+  }
+  j["strayBits"] = Json::array();
+  setDecodedValues(j, d, e);
+}
+
+void setDecodedValues(Json& j, const Decoder& d, const Decoded& e) {
+  Json& rows = j["fields"];
+  for (std::size_t i = 0; i < d.fields.size(); ++i) {
+    rows[i]["hex"].get_ref<std::string&>() = hexValue(e.values[i], d.fields[i].width);
+    rows[i]["decimal"].get_ref<std::string&>() = decimalValue(e.values[i]);
+  }
+  Json& strays = j["strayBits"];
+  if (!strays.empty() || !e.stray.empty()) strays = strayBitsJson(e.stray);
+}
+
+Json strayBitsJson(const std::vector<std::pair<unsigned, unsigned>>& stray) {
+  Json out = Json::array();
+  for (const auto& [lo, hi] : stray) {
+    // Key by key: an initializer list copies every value once more.
+    Json& range = out.emplace_back(objectWithRoom(2));
+    range["first"] = lo;
+    range["last"] = hi;
+  }
+  return out;
+}
+
+std::vector<std::string> fieldRows(const Decoder& d, const Decoded& e) {
+  const auto& fields = d.fields;
+  std::size_t nameWidth = 5, hardwareWidth = 13, hexWidth = 3;
+  std::vector<std::string> hex;
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    hex.push_back(hexValue(e.values[i], fields[i].width));
+    nameWidth =
+        std::max(nameWidth, 2 * static_cast<std::size_t>(d.views[i].depth) + fields[i].name.size());
+    hardwareWidth = std::max(hardwareWidth, fields[i].hardwareName.size());
+    hexWidth = std::max(hexWidth, hex.back().size());
+  }
+  const auto pad = [](const std::string& text, std::size_t width) {
+    return text + std::string(width - text.size() + 2, ' ');
+  };
+  const auto row = [&](const std::string& bits, const std::string& width, const std::string& name,
+                       const std::string& hardware, const std::string& hexText,
+                       const std::string& rest) {
+    char line[64];
+    std::snprintf(line, sizeof line, "%-10s %5s  ", bits.c_str(), width.c_str());
+    return line + pad(name, nameWidth) + pad(hardware, hardwareWidth) + pad(hexText, hexWidth) +
+           rest;
+  };
+  std::vector<std::string> out{row("bits", "width", "field", "hardware name", "hex", "decimal")};
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    const auto& f = fields[i];
+    std::string note;
+    for (int c : d.views[i].crosses)
+      note += (note.empty() ? "  overlaps " : ", ") + fields[static_cast<std::size_t>(c)].name;
+    out.push_back(row(rangeText(f.offset, f.offset + f.width - 1u), std::to_string(f.width),
+                      std::string(2 * static_cast<std::size_t>(d.views[i].depth), ' ') + f.name,
+                      f.hardwareName, hex[i], decimalValue(e.values[i]) + note));
+  }
+  return out;
+}
+
+std::vector<std::string> afterRows(const Decoder& d, const Decoded& e) {
+  std::vector<std::string> out;
+  if (d.fields.empty()) out.push_back("(no fields on this chip and variant)");
+  const bool anyView = std::any_of(d.views.begin(), d.views.end(), [](const FieldView& v) {
+    return v.parent >= 0 || !v.crosses.empty();
+  });
+  if (anyView) out.push_back("indented fields are views of bits of the field above them");
+  if (!e.stray.empty()) {
+    std::string list;
+    for (const auto& [lo, hi] : e.stray) list += (list.empty() ? "" : ", ") + rangeText(lo, hi);
+    out.push_back("set bits outside every field: " + list);
+  }
+  return out;
+}
+
 int cmdDecode(const Args& a) {
   if (a.positional.size() < 2)
-    fail("decode takes a class name and HEX, the entry's bytes, byte 0 first");
-  Target t = resolveTarget(a);
-  const std::vector<std::string> tokens(a.positional.begin() + 1, a.positional.end());
-  const auto bytes = entryBytes(t, tokens, "HEX");
-  loadBuffer(t, bytes);
+    fail(
+        "decode takes a class name and HEX, the entry's bytes, byte 0 first (or its words, "
+        "with --words; @FILE or - reads them from a file or standard input)");
+  const Target t = resolveTarget(a);
+  std::string text;
+  for (std::size_t i = 1; i < a.positional.size(); ++i)
+    text += (i > 1 ? " " : "") + a.positional[i];
+  const auto bytes =
+      entryBytes(t, a.positional.size() == 2 ? a.positional[1] : text, readerOf(a, "HEX"));
+  Decoder d = decoderOf(t);
+  const Decoded e = decodeEntry(d, bytes);
   const auto& o = *t.object;
-  const auto fields = fieldsOf(t);
-  const auto views = viewsOf(fields);
-  const Raw8192 mask = o.allFieldsMask();
-  const auto stray = strayBits(bytes.data(), mask.data(), 8u * t.entryBytes());
-
-  std::vector<std::vector<U8>> values;
-  for (const auto& f : fields) values.push_back(readField(o, f));
 
   if (a.has("--json")) {
     Json j = targetJson(t);
     j["bytes"] = hexBytes(bytes.data(), bytes.size());
-    Json& rows = j["fields"] = Json::array();
-    for (std::size_t i = 0; i < fields.size(); ++i) {
-      const auto& f = fields[i];
-      Json row = fieldJson(f);
-      row["bits"] = rangeText(f.offset, f.offset + f.width - 1u);
-      row["hex"] = hexValue(values[i], f.width);
-      row["decimal"] = decimalValue(values[i]);
-      addViewKeys(row, fields, views[i]);
-      rows.push_back(std::move(row));
-    }
-    Json& strays = j["strayBits"] = Json::array();
-    for (const auto& [lo, hi] : stray) strays.push_back({{"first", lo}, {"last", hi}});
+    j["words"] = hexWords(bytes.data(), bytes.size());
+    addDecodedKeys(j, d, e);
     printJson(std::cout, j);
     return 0;
   }
@@ -218,38 +312,12 @@ int cmdDecode(const Args& a) {
               chipName(t.chip).c_str(), static_cast<unsigned>(t.variant), kindOf(o).c_str(),
               o.width(), o.width() == 1 ? "" : "s", t.entryBytes());
   std::printf("bytes %s\n", hexBytes(bytes.data(), bytes.size()).c_str());
-  std::size_t nameWidth = 5, hardwareWidth = 13, hexWidth = 3;
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    nameWidth =
-        std::max(nameWidth, 2 * static_cast<std::size_t>(views[i].depth) + fields[i].name.size());
-    hardwareWidth = std::max(hardwareWidth, fields[i].hardwareName.size());
-    hexWidth = std::max(hexWidth, hexValue(values[i], fields[i].width).size());
-  }
-  std::printf("\n%-10s %5s  %-*s  %-*s  %-*s  %s\n", "bits", "width", static_cast<int>(nameWidth),
-              "field", static_cast<int>(hardwareWidth), "hardware name", static_cast<int>(hexWidth),
-              "hex", "decimal");
-  bool anyView = false;
-  for (std::size_t i = 0; i < fields.size(); ++i) {
-    const auto& f = fields[i];
-    const std::string name =
-        std::string(2 * static_cast<std::size_t>(views[i].depth), ' ') + f.name;
-    std::string note;
-    for (int c : views[i].crosses)
-      note += (note.empty() ? "  overlaps " : ", ") + fields[static_cast<std::size_t>(c)].name;
-    anyView = anyView || views[i].parent >= 0 || !note.empty();
-    std::printf("%-10s %5u  %-*s  %-*s  %-*s  %s%s\n",
-                rangeText(f.offset, f.offset + f.width - 1u).c_str(), f.width,
-                static_cast<int>(nameWidth), name.c_str(), static_cast<int>(hardwareWidth),
-                f.hardwareName.c_str(), static_cast<int>(hexWidth),
-                hexValue(values[i], f.width).c_str(), decimalValue(values[i]).c_str(),
-                note.c_str());
-  }
-  if (fields.empty()) std::printf("(no fields on this chip and variant)\n");
-  if (anyView) std::printf("\nindented fields are views of bits of the field above them\n");
-  if (!stray.empty()) {
-    std::string list;
-    for (const auto& [lo, hi] : stray) list += (list.empty() ? "" : ", ") + rangeText(lo, hi);
-    std::printf("\nset bits outside every field: %s\n", list.c_str());
+  if (a.has("--words")) std::printf("words %s\n", hexWords(bytes.data(), bytes.size()).c_str());
+  std::printf("\n");
+  for (const auto& row : fieldRows(d, e)) std::printf("%s\n", row.c_str());
+  for (const auto& line : afterRows(d, e)) {
+    // "(no fields ...)" stands under the heading; the other lines stand apart.
+    std::printf("%s%s\n", line[0] == '(' ? "" : "\n", line.c_str());
   }
   return 0;
 }
@@ -257,10 +325,12 @@ int cmdDecode(const Args& a) {
 // ---------------------------------------------------------------------------
 
 int cmdEncode(const Args& a) {
-  if (a.positional.size() < 2) fail("encode takes a class name and at least one FIELD=VALUE");
+  if (a.positional.size() < 2 && !a.has("--from"))
+    fail("encode takes a class name and at least one FIELD=VALUE, or --from alone");
   Target t = resolveTarget(a);
   std::vector<U8> start(t.entryBytes(), 0);
-  if (const std::string* from = a.get("--from")) start = entryBytes(t, {*from}, "--from");
+  if (const std::string* from = a.get("--from"))
+    start = entryBytes(t, *from, readerOf(a, "--from"));
   loadBuffer(t, start);
 
   std::vector<Field> given;
@@ -268,16 +338,16 @@ int cmdEncode(const Args& a) {
     const std::string& arg = a.positional[i];
     const auto eq = arg.find('=');
     if (eq == std::string::npos || eq == 0)
-      fail("expected FIELD=VALUE, not '" + arg + "', e.g. engineNMode=5 or ENGINE_N_MODE=0x5");
+      fail("expected FIELD=VALUE, not " + quoted(arg) +
+           ", e.g. engineNMode=5 or ENGINE_N_MODE=0x5");
     const Field f = findField(t, arg.substr(0, eq));
     checkDistinct(given, f);
     given.push_back(f);
-    const bool raw = isRawField(t.cls, f.id);
-    const auto value =
-        parseFieldValue(arg.substr(eq + 1), f.width, raw, f.name + " on " + t.where());
-    writeField(t, f, value);
+    writeField(t, f, parseFieldValue(arg.substr(eq + 1), f.width, f.name + " on " + t.where()));
   }
-  std::printf("%s\n", hexBytes(t.object->buf(), t.entryBytes()).c_str());
+  // In the form it was given in, so that it goes back to decode or --from as it is.
+  const auto print = a.has("--words") ? hexWords : hexBytes;
+  std::printf("%s\n", print(t.object->buf(), t.entryBytes()).c_str());
   return 0;
 }
 

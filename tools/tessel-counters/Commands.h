@@ -2,10 +2,13 @@
 #pragma once
 
 #include <ostream>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "Args.h"
 #include "Catalog.h"
+#include "ModelJson.h"
 
 namespace Tool {
 
@@ -22,7 +25,41 @@ int cmdExport(const Args& a);
 int cmdSite(const Args& a);
 int cmdLocate(const Args& a);
 
+int cmdDump(const Args& a);
+
 // What describe --json prints: geometry, instances and fields of the target.
 void describeJson(const Target& t, std::ostream& out);
+
+// A class on a chip and variant ready to decode entries: its fields as
+// decode lists them, how they lie over each other, and the mask of their bits.
+struct Decoder {
+  Target target;
+  std::vector<Field> fields;
+  std::vector<FieldView> views;
+  std::vector<U8> mask;  // the entry's bytes, a bit set where a field lies
+};
+Decoder decoderOf(const Target& target);
+
+// An entry's field values (in the order of the decoder's fields) and its set
+// bits that lie in no field.
+struct Decoded {
+  std::vector<std::vector<U8>> values;
+  std::vector<std::pair<unsigned, unsigned>> stray;
+};
+// The entry in `bytes`, of the entry's size, through the target's accessor.
+Decoded decodeEntry(Decoder& decoder, const std::vector<U8>& bytes);
+
+// decode --json's "fields" (name, hardwareName, id, offset, width, bits, hex,
+// decimal, viewOf, overlaps) and "strayBits" (first, last).
+void addDecodedKeys(Json& j, const Decoder& decoder, const Decoded& entry);
+// The values of another entry in keys that addDecodedKeys made, in place:
+// the JSON of many entries of one class is made once.
+void setDecodedValues(Json& j, const Decoder& decoder, const Decoded& entry);
+// "strayBits": ranges of bits, each "first" and "last".
+Json strayBitsJson(const std::vector<std::pair<unsigned, unsigned>>& stray);
+// decode's table: a heading, then a row per field, views indented under the
+// field they lie in, overlaps named; and the lines after it.
+std::vector<std::string> fieldRows(const Decoder& decoder, const Decoded& entry);
+std::vector<std::string> afterRows(const Decoder& decoder, const Decoded& entry);
 
 }  // namespace Tool

@@ -268,7 +268,7 @@ int diffChips(const Args& a) {
 
 int cmdDiff(const Args& a) {
   if (a.positional.size() > 1)
-    fail("unexpected argument '" + a.positional[1] + "'; diff takes at most one class name");
+    fail("unexpected argument " + quoted(a.positional[1]) + "; diff takes at most one class name");
   if (!a.has("--chip")) fail("--chip is required; known chips: " + chipList());
   return a.positional.empty() ? diffChips(a) : diffClass(a);
 }

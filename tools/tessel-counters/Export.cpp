@@ -126,7 +126,7 @@ void exportCHeader(Hardware::ChipType chip, const std::vector<ClassModel>& model
 
 int cmdExport(const Args& a) {
   if (!a.positional.empty())
-    fail("unexpected argument '" + a.positional[0] + "'; export takes options only");
+    fail("unexpected argument " + quoted(a.positional[0]) + "; export takes options only");
   const bool json = a.has("--json"), header = a.has("--c-header");
   if (json == header) fail("export needs one of --json (the catalogue) or --c-header (one chip)");
   std::vector<Hardware::ChipType> chips;

@@ -14,15 +14,6 @@ namespace {
 
 constexpr U64 kMaxU32 = 0xffffffffull;
 
-std::string matchText(const Location& l) {
-  std::string text = std::string(l.cls) + (l.variants.size() == 1 ? " variant " : " variants ") +
-                     variantText(l.variants) + ", instance " + std::to_string(l.instance) +
-                     ", sub-block " + std::to_string(l.subBlock) + ", element " +
-                     std::to_string(l.arrayElement);
-  if (isMemory(l.cls)) text += ", entry " + std::to_string(l.tableEntry);
-  return text;
-}
-
 std::string where(const LocateQuery& q) {
   std::string text = "block " + std::to_string(q.block);
   if (!q.anySubBlock) text += " sub-block " + std::to_string(q.subBlock);
@@ -88,6 +79,15 @@ int blockMap(const LocateQuery& q, bool json) {
 
 }  // namespace
 
+std::string matchText(const Location& l) {
+  std::string text = std::string(l.cls) + (l.variants.size() == 1 ? " variant " : " variants ") +
+                     variantText(l.variants) + ", instance " + std::to_string(l.instance) +
+                     ", sub-block " + std::to_string(l.subBlock) + ", element " +
+                     std::to_string(l.arrayElement);
+  if (isMemory(l.cls)) text += ", entry " + std::to_string(l.tableEntry);
+  return text;
+}
+
 std::vector<Location> LocateQuery::run() const {
   return AddressIndex::of(chip).locate(block, address, anySubBlock ? nullptr : &subBlock);
 }
@@ -102,14 +102,22 @@ LocateQuery parseLocate(const std::string& chip, const std::string& block,
 }
 
 Json locationJson(const Location& l) {
-  return {{"class", l.cls},         {"variants", l.variants},
-          {"instance", l.instance}, {"subBlock", l.subBlock},
-          {"arrayElement", l.arrayElement}, {"tableEntry", l.tableEntry}};
+  // Key by key, with room for what a dump's decoding adds: an initializer
+  // list copies each value once more, which a dump's hundred thousand
+  // entries feel.
+  Json j = objectWithRoom(8);
+  j["class"] = l.cls;
+  j["variants"] = l.variants;
+  j["instance"] = l.instance;
+  j["subBlock"] = l.subBlock;
+  j["arrayElement"] = l.arrayElement;
+  j["tableEntry"] = l.tableEntry;
+  return j;
 }
 
 int cmdLocate(const Args& a) {
   if (a.positional.size() > 1)
-    fail("unexpected argument '" + a.positional[1] + "'; locate takes at most one ADDRESS");
+    fail("unexpected argument " + quoted(a.positional[1]) + "; locate takes at most one ADDRESS");
   const std::string* chip = a.get("--chip");
   const std::string* block = a.get("--block");
   const std::string* subBlock = a.get("--sub-block");

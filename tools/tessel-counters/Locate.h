@@ -25,6 +25,9 @@ struct LocateQuery {
 LocateQuery parseLocate(const std::string& chip, const std::string& block,
                         const std::string* address, const std::string* subBlock);
 
+// "CrpsEngineCfg variant 0, instance 1, sub-block 0, element 2[, entry 5]"
+std::string matchText(const Location& location);
+
 // A match as JSON and the module give it: "class", "variants", "instance",
 // "subBlock", "arrayElement" and "tableEntry".
 Json locationJson(const Location& location);

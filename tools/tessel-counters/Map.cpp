@@ -51,17 +51,32 @@ Picture draw(const Target& t) {
 
 int cmdMap(const Args& a) {
   if (a.positional.size() > 1)
-    fail("unexpected argument '" + a.positional[1] + "'; map takes one class name");
+    fail("unexpected argument " + quoted(a.positional[1]) + "; map takes one class name");
   const std::string* svgPath = a.get("--svg");
   const std::string* htmlPath = a.get("--html");
   if (!svgPath && !htmlPath)
     fail("map needs --svg FILE or --html FILE (or both; FILE '-' is stdout)");
   if (svgPath && htmlPath && *svgPath == "-" && *htmlPath == "-")
     fail("--svg and --html can't both go to stdout; give one of them a file");
+  if (svgPath && htmlPath && *svgPath != "-" && *htmlPath != "-" && samePath(*svgPath, *htmlPath))
+    fail("--svg " + quoted(*svgPath) + " and --html " + quoted(*htmlPath) +
+         " are the same file; give each its own");
   const Target t = resolveTarget(a);
   const Picture p = draw(t);
-  if (svgPath) writeOut(*svgPath, p.svg);
-  if (htmlPath) writeOut(*htmlPath, mapPage(p.title, p.subtitle, p.untitledSvg, fieldsOf(t)));
+  // Both files or neither; then standard output, so that a reader that goes
+  // away early leaves the files whole.
+  std::string out;
+  FileSet files;
+  const auto put = [&](const std::string& path, const std::string& text) {
+    if (path == "-")
+      out = text;
+    else
+      files.add(path, text);
+  };
+  if (svgPath) put(*svgPath, p.svg);
+  if (htmlPath) put(*htmlPath, mapPage(p.title, p.subtitle, p.untitledSvg, fieldsOf(t)));
+  files.commit();
+  writeOut("-", out);
   return 0;
 }
 

@@ -1,5 +1,6 @@
 #include "Run.h"
 
+#include <algorithm>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -7,6 +8,7 @@
 #include "Args.h"
 #include "Catalogue.h"
 #include "Commands.h"
+#include "Files.h"
 
 namespace Tool {
 
@@ -28,6 +30,8 @@ const std::vector<Command>& commands() {
   const OptionSpec variant{"--variant", true,
                            "--variant V      the class's variant (default: its first on the chip)"};
   const OptionSpec json{"--json", false, "--json           the answer as JSON"};
+  const OptionSpec words{"--words", false,
+                         "--words          HEX is 32-bit words, word 0 (bits 0..31) first"};
   static const std::vector<Command> table = {
       {"chips", "chips", "the chip models the library knows", {}, cmdChips},
       {"classes", "classes [--chip CHIP]",
@@ -40,16 +44,16 @@ const std::vector<Command>& commands() {
        "addresses and field table on a chip",
        {chip, variant, json},
        cmdDescribe},
-      {"decode", "decode CLASS --chip CHIP [--variant V] [--json] HEX",
+      {"decode", "decode CLASS --chip CHIP [--variant V] [--words] [--json] HEX",
        "every field of the entry in HEX: bits, width, hex and decimal value;\n"
        "fields that are views of other fields' bits are indented under them,\n"
        "and set bits that belong to no field are listed",
-       {chip, variant, json},
+       {chip, variant, json, words},
        cmdDecode},
-      {"encode", "encode CLASS --chip CHIP [--variant V] [--from HEX] FIELD=VALUE...",
-       "the entry's bytes (as HEX) after writing the fields, starting from\n"
-       "--from or from zeros",
-       {chip, variant, {"--from", true, "--from HEX       the entry to start from"}},
+      {"encode", "encode CLASS --chip CHIP [--variant V] [--words] [--from HEX] FIELD=VALUE...",
+       "the entry's bytes (as HEX; words with --words) after writing the\n"
+       "fields, starting from --from or from zeros",
+       {chip, variant, {"--from", true, "--from HEX       the entry to start from"}, words},
        cmdEncode},
       {"address",
        "address CLASS --chip CHIP [--variant V] [--instance I] [--entry T] [--array A]\n"
@@ -114,6 +118,18 @@ const std::vector<Command>& commands() {
         {"--sub-block", true, "--sub-block SB   the sub-block (default: every one)"},
         json},
        cmdLocate},
+      {"dump",
+       "dump list --chip CHIP [--class CLASS] [--json]\n"
+       "dump decode FILE --chip CHIP [--variant V] [--json]\n"
+       "dump diff A B --chip CHIP [--json]",
+       "list: every entry of the catalogue on the chip as a dump with zero\n"
+       "words, the list of what a script that dumps the chip reads; decode:\n"
+       "every entry of a dump found by its address and decoded as decode does,\n"
+       "exit 1 if a line could not be, each such line reported; diff: every\n"
+       "field whose value differs between two dumps, and the entries in one\n"
+       "only, exit 0 when the same, 1 when they differ, 2 on trouble",
+       {chip, variant, {"--class", true, "--class CLASS    the entries of one class"}, json},
+       cmdDump},
   };
   return table;
 }
@@ -126,11 +142,17 @@ const char* const kNotes =
     "HEX is the entry's bytes in buffer order, byte 0 (bits 0..7) first, as a hex\n"
     "dump shows them: '0x01020304', '01020304', '01 02 03 04' and '01:02:03:04' are\n"
     "all bytes 01, 02, 03, 04, whose 32-bit word reads 0x04030201. A leading 0x\n"
-    "does not make HEX a number. Shorter input is completed with zero bytes.\n"
+    "does not make HEX a number (a note says so). With --words, HEX is 32-bit\n"
+    "words, word 0 (bits 0..31) first, each as a register read prints it: '0x1f'\n"
+    "or '0000001f'. Either may span lines, with '#' comments; @FILE reads HEX\n"
+    "from a file, - from standard input. Shorter input is completed with zeros.\n"
+    "\n"
+    "A dump has one entry per line: BLOCK[.SUBBLOCK] ADDRESS WORD..., numbers\n"
+    "decimal or 0x hex, words as with --words, or the same as JSON Lines:\n"
+    "{\"block\": 617, \"subBlock\": 0, \"address\": 540, \"words\": [255]}.\n"
     "\n"
     "FIELD is an accessor name (engineNMode) or a hardware name (ENGINE_N_MODE).\n"
-    "VALUE is a number: decimal, or hex after 0x. Fields wider than 64 bits take\n"
-    "hex digits only (0x optional), most significant first, as decode shows them.\n"
+    "VALUE is a number, at any width: decimal, or hex after 0x.\n"
     "\n"
     "Bad input ends with one line on stderr and exit status 2.\n";
 
@@ -182,27 +204,30 @@ int run(int argc, char** argv) {
   const std::string command = argv[1];
   if (command == "--help" || command == "-h" || command == "help") {
     std::cout << toolUsage();
-    return 0;
+    return finishOutput(0);
   }
   if (command == "--version") {
     std::cout << "tessel-counters " << Hardware::catalogueDescription().version << "\n";
-    return 0;
+    return finishOutput(0);
   }
+  int status = kUsageError;
   try {
-    for (const auto& c : commands()) {
-      if (command != c.name) continue;
-      const Args args = parseArgs(argc, argv, 2, c.options);
-      if (args.has("--help")) {
-        std::cout << commandUsage(c);
-        return 0;
-      }
-      return c.run(args);
+    const auto c = std::find_if(commands().begin(), commands().end(),
+                                [&](const Command& k) { return command == k.name; });
+    if (c == commands().end())
+      fail("unknown command " + quoted(command) + "; commands: " + commandList());
+    const Args args = parseArgs(argc, argv, 2, c->options);
+    if (args.has("--help")) {
+      std::cout << commandUsage(*c);
+      status = 0;
+    } else {
+      status = c->run(args);
     }
-    fail("unknown command '" + command + "'; commands: " + commandList());
   } catch (const UsageError& e) {
     std::cerr << "tessel-counters: " << e.message << "\n";
-    return kUsageError;
   }
+  // Nothing of the output may go missing unsaid.
+  return finishOutput(status);
 }
 
 }  // namespace Tool

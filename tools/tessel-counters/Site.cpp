@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <iostream>
 #include <map>
+#include <set>
 #include <sstream>
 
 #include "AddressIndex.h"
@@ -155,7 +156,11 @@ std::string classPage(const ClassModel& c, const ClassesByField& byField) {
   h << "<h2>Fields</h2>\n<table id=\"fields\"></table>\n"
        "<h2>Decode</h2>\n<p>Paste the entry's bytes in buffer order, byte 0 (bits 0..7) "
        "first, as a hex dump shows them: <code>01 02 03 04</code>, <code>01:02:03:04</code> or "
-       "<code>0x01020304</code>. Shorter input is completed with zero bytes.</p>\n"
+       "<code>0x01020304</code>; or, with <i>words</i> ticked, its 32-bit words, word 0 (bits "
+       "0..31) first, as a register read prints them: <code>0x1f 0xffffffff</code>. Over "
+       "several lines too, with <code>#</code> comments. Shorter input is completed with "
+       "zeros.</p>\n"
+       "<p><label><input type=\"checkbox\" id=\"words\"> words</label></p>\n"
        "<textarea id=\"hex\" rows=\"3\" spellcheck=\"false\" "
        "placeholder=\"01 00 00 00 ff ff ff ff\"></textarea>\n"
        "<p id=\"decode-note\"></p>\n<table id=\"decoded\"></table>\n<p id=\"decode-after\"></p>\n"
@@ -211,8 +216,34 @@ std::string addressData() {
   return out + "]\n}};\n";
 }
 
-void writeFile(const std::filesystem::path& dir, const std::string& name, const std::string& text) {
-  writeOut((dir / name).string(), text);
+// The list of what the site wrote into its folder, kept there: a later site
+// replaces those files and no other.
+const char* const kWritten = ".tessel-counters-site";
+
+std::set<std::string> writtenBefore(const std::filesystem::path& dir) {
+  std::set<std::string> names;
+  std::error_code error;
+  if (!std::filesystem::exists(dir / kWritten, error)) return names;
+  std::istringstream list(readIn((dir / kWritten).string()));
+  for (std::string name; std::getline(list, name);)
+    if (!name.empty() && name[0] != '#') names.insert(name);
+  return names;
+}
+
+// Refuses to write a file over one that a person put there: one the list
+// doesn't name, unless it already holds the same text.
+void checkOurs(const std::filesystem::path& dir, const std::string& name, const std::string& text,
+               const std::set<std::string>& ours) {
+  const auto path = dir / name;
+  std::error_code error;
+  const auto status = std::filesystem::symlink_status(path, error);
+  if (!std::filesystem::exists(status)) return;
+  if (std::filesystem::is_regular_file(status) && ours.count(name)) return;
+  if (std::filesystem::is_regular_file(status) && readIn(path.string()) == text) return;
+  fail(quoted(path.string()) +
+       " is in the way: the site writes only over files that it wrote "
+       "there before (" +
+       kWritten + " lists them); give a new folder, or move that away");
 }
 
 }  // namespace
@@ -224,17 +255,31 @@ int cmdSite(const Args& a) {
   std::error_code error;
   std::filesystem::create_directories(dir, error);
   if (error || !std::filesystem::is_directory(dir))
-    fail("cannot make the folder '" + dir.string() +
-         "': " + (error ? error.message() : std::string("a file of that name is in the way")));
+    fail("cannot make the folder " + quoted(dir.string()) + ": " +
+         (error ? error.message() : std::string("a file of that name is in the way")));
   const auto model = catalogueModel({});
   const auto byField = classesByField(model);
-  for (const auto& asset : siteAssets()) writeFile(dir, asset.name, asset.text);
-  writeFile(dir, "search.js", searchIndex(model, byField));
-  writeFile(dir, "addresses.js", addressData());
-  writeFile(dir, "index.html", indexPage(model));
-  for (const auto& c : model) writeFile(dir, c.name + ".html", classPage(c, byField));
-  std::cout << "wrote " << siteAssets().size() + 3 + model.size() << " files to " << dir.string()
-            << "; open " << (dir / "index.html").string() << "\n";
+  std::vector<std::pair<std::string, std::string>> files;  // name, text
+  for (const auto& asset : siteAssets()) files.emplace_back(asset.name, asset.text);
+  files.emplace_back("search.js", searchIndex(model, byField));
+  files.emplace_back("addresses.js", addressData());
+  files.emplace_back("index.html", indexPage(model));
+  for (const auto& c : model) files.emplace_back(c.name + ".html", classPage(c, byField));
+
+  std::set<std::string> ours = writtenBefore(dir);
+  std::string list = std::string(
+      "# The files that tessel-counters site wrote here; it replaces "
+      "these and changes no other.\n");
+  for (const auto& [name, text] : files) checkOurs(dir, name, text, ours);
+  for (const auto& [name, text] : files) ours.insert(name);
+  for (const auto& name : ours) list += name + "\n";
+  checkOurs(dir, kWritten, list, {kWritten});
+  FileSet out;
+  for (const auto& [name, text] : files) out.add((dir / name).string(), text);
+  out.add((dir / kWritten).string(), list);
+  out.commit();
+  std::cout << "wrote " << files.size() << " files to " << dir.string() << "; open "
+            << (dir / "index.html").string() << "\n";
   return 0;
 }
 

@@ -140,33 +140,99 @@ const TC = (() => {
     out.append(`${at}:`, el("ul", {}, ...items));
   }
 
-  // ---- Decoding, by the rules of `tessel-counters decode`.
-  const HEX_FORM = "give the bytes in buffer order, byte 0 first, as pairs of hex digits, " +
-                   "e.g. '0x01020304', '01 02 03 04' or '01:02:03:04'";
+  // ---- Decoding, by the rules of `tessel-counters decode` and its grammar (Entry.h).
+  const FORM_HINT = {
+    bytes: 'give the bytes in buffer order, byte 0 first, as pairs of hex digits, ' +
+        'e.g. \'0x01020304\', \'01 02 03 04\' or \'01:02:03:04\'',
+    words: 'give 32-bit words, word 0 (bits 0..31) first, each as a register read prints it, ' +
+        'e.g. \'0x1f 0xffffffff\' or \'0000001f ffffffff\'',
+  };
+  const quoted = (t) =>
+      (t.length <= 120 ? `'${t}'` : `'${t.slice(0, 100)}...' (${t.length} characters)`);
+  const place = (line, column) => ` (line ${line}, column ${column})`;
+  const plural = (n, unit) => `${n} ${unit}${n === 1 ? '' : 's'}`;
+  const hex2 = (n) => n.toString(16).padStart(2, '0');
 
-  // The entry's bytes from a hex dump; throws Error with the tool's message.
-  function parseHex(text, size, where) {
-    const shown = text.trim().split(/\s+/).join(" ");
-    const bad = (why) => { throw new Error(`bad HEX '${shown}': ${why}; ${HEX_FORM}`); };
-    const bytes = [];
-    for (let group of text.split(/[\s:]+/).filter(Boolean)) {
-      if (/^0x/i.test(group)) group = group.slice(2);
-      if (!group) bad("'0x' without digits");
-      const wrong = group.match(/[^0-9a-fA-F]/);
-      if (wrong) bad(`'${wrong[0]}' is not a hex digit`);
-      if (group.length % 2) bad(`'${group}' is not a whole number of bytes (odd count of digits)`);
-      for (let k = 0; k < group.length; k += 2) bytes.push(parseInt(group.slice(k, k + 2), 16));
+  // The groups of the text with where each starts; throws at a character that is not ASCII text.
+  function splitGroups(text, colons, bad) {
+    const groups = [], blank = colons ? ' \t\r:' : ' \t\r';
+    text.split('\n').forEach((line, n) => {
+      for (let i = 0; i < line.length;) {
+        const c = line[i], code = line.codePointAt(i);
+        if (c === '#') break;
+        if (blank.includes(c)) {
+          ++i;
+          continue;
+        }
+        if (code < 0x20 || code >= 0x7f) {
+          const shown = code >= 0x80 ? 'U+' + code.toString(16).toUpperCase().padStart(4, '0') :
+                                       `'\\x${hex2(code)}'`;
+          bad(shown + (code >= 0x80 ? ' is not ASCII' : ' is a control character') +
+              place(n + 1, i + 1));
+        }
+        const start = i;
+        while (i < line.length && !(blank + '#').includes(line[i]) && line.charCodeAt(i) >= 0x20 &&
+               line.charCodeAt(i) < 0x7f)
+          ++i;
+        groups.push({text: line.slice(start, i), line: n + 1, column: start + 1});
+      }
+    });
+    return groups;
+  }
+
+  // The entry's bytes from text in the form ("bytes" or "words"); throws Error with the tool's
+  // message.
+  function parseEntry(text, form, size, where, hint) {
+    const bytesForm = form === 'bytes';
+    const shown = text.replace(/[ \t\r\n]+/g, ' ').replace(/^ | $/g, '');
+    const fail = (message) => {
+      throw new Error(message);
+    };
+    const bad = (why) => fail(`bad HEX ${quoted(shown)}: ${why}; ${FORM_HINT[form]}`);
+    const groups =
+        splitGroups(text, bytesForm, (why) => fail(`bad HEX: ${why}; ${FORM_HINT[form]}`));
+    const bytes = [], notes = [];
+    for (const g of groups) {
+      const prefix = /^0x/i.test(g.text) ? 2 : 0, digits = g.text.slice(prefix);
+      if (!digits) bad('\'0x\' without digits' + place(g.line, g.column));
+      const wrong = digits.search(/[^0-9a-fA-F]/);
+      if (wrong >= 0)
+        bad(`'${digits[wrong]}' is not a hex digit` + place(g.line, g.column + prefix + wrong));
+      if (!bytesForm) {
+        if (digits.length > 8)
+          bad(`${quoted(g.text)} has ${digits.length} hex digits, more than a 32-bit word` +
+              place(g.line, g.column));
+        const word = parseInt(digits, 16);
+        for (let b = 0; b < 4; ++b) bytes.push((word >>> (8 * b)) & 0xff);
+        continue;
+      }
+      if (digits.length % 2)
+        bad(`${quoted(g.text)} is not a whole number of bytes, an odd count of digits` +
+            place(g.line, g.column));
+      const first = bytes.length;
+      for (let k = 0; k < digits.length; k += 2) bytes.push(parseInt(digits.slice(k, k + 2), 16));
+      if (prefix && digits.length > 2 && !notes.length) {
+        const count = digits.length / 2,
+              shownBytes = bytes.slice(first, first + Math.min(count, 4)).map(hex2).join(' ');
+        notes.push(
+            `HEX ${quoted(g.text)} is read as bytes in buffer order, byte 0 first (${shownBytes}` +
+            `${count > 4 ? ' ...' : ''}), not as a number` +
+            (hint ? '; for 32-bit words as a register read prints them, ' + hint : ''));
+      }
     }
-    if (!bytes.length) bad("no bytes");
-    if (bytes.length > size) {
-      const words = size / 4 === 1 ? "1 word" : `${size / 4} words`;
-      throw new Error(`HEX has ${bytes.length} bytes, but ${where} is ${size} bytes (${words}); ` +
-                      `give at most ${size} bytes, byte 0 first`);
-    }
-    const n = bytes.length;
-    const note = n < size ? `HEX has ${n} of ${size} bytes; bytes ${n}..${size - 1} are taken as 00` : "";
+    const unit = bytesForm ? 'byte' : 'word', count = bytesForm ? bytes.length : bytes.length / 4;
+    if (!count) bad(`no ${unit}s`);
+    const want = bytesForm ? size : size / 4;
+    if (count > want)
+      fail(
+          `HEX has ${plural(count, unit)}, but ${where} is ${plural(want, unit)}` +
+          (bytesForm ? ` (${plural(size / 4, 'word')})` : '') +
+          `; give at most ${plural(want, unit)}, ${unit} 0 first`);
+    if (count < want)
+      notes.push(`HEX has ${count} of ${want} ${unit}s; ${unit}s ${count}..${
+          want - 1} are taken as ${bytesForm ? '00' : '0'}`);
     while (bytes.length < size) bytes.push(0);
-    return { bytes, note };
+    return {bytes, notes};
   }
 
   const bit = (bytes, k) => (bytes[k >> 3] >> (k & 7)) & 1;
@@ -178,8 +244,8 @@ const TC = (() => {
   }
 
   // Every field's value on a shape, views with their depth, and the set bits outside every field.
-  function decode(shape, text, where = "the entry") {
-    const { bytes, note } = parseHex(text, 4 * shape.widthWords, where);
+  function decode(shape, text, where = 'the entry', form = 'bytes', hint = '') {
+    const {bytes, notes} = parseEntry(text, form, 4 * shape.widthWords, where, hint);
     const byName = new Map(shape.fields.map((f) => [f.name, f]));
     const depth = (f) => (f.viewOf ? 1 + depth(byName.get(f.viewOf)) : 0);
     const fields = shape.fields.map((f) => {
@@ -196,7 +262,7 @@ const TC = (() => {
       const last = strayBits[strayBits.length - 1];
       if (last && last.last + 1 === k) last.last = k; else strayBits.push({ first: k, last: k });
     }
-    return { note, fields, strayBits };
+    return {notes, note: notes.join('\n'), fields, strayBits};
   }
 
   // ---- A class page.
@@ -298,7 +364,10 @@ const TC = (() => {
     if (!$("hex").value.trim()) return;
     let result;
     try {
-      result = decode(shapeOf(layout), $("hex").value, `${data.class} on ${layout.chip} variant ${layout.variant}`);
+      result = decode(
+          shapeOf(layout), $('hex').value,
+          `${data.class} on ${layout.chip} variant ${layout.variant}`,
+          $('words').checked ? 'words' : 'bytes', 'tick \'words\' above');
     } catch (e) {
       note.className = "error";
       note.textContent = e.message;
@@ -342,6 +411,7 @@ const TC = (() => {
       location.hash = stateHash({ chip: layout.chip, variant: $("variant").value }, shownField());
     });
     $("hex").addEventListener("input", showDecoded);
+    $('words').addEventListener('change', showDecoded);
     window.addEventListener("hashchange", fromHash);
     fromHash();
   }
