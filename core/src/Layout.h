@@ -15,6 +15,7 @@
 #include <Orrery/Bits.h>
 
 #include "AccessorImpl.h"
+#include "Operations.h"  // enum class Op, generated from generator/operations.py
 
 namespace TesselCounters {
 
@@ -135,40 +136,6 @@ struct ClassInfo {
 inline unsigned nameSlot(U32 key, unsigned mask) {
   return (key * 0x9E3779B1u) >> 16 & mask;
 }
-
-// The operations whose names appear in trace lines and fatal checks.
-enum class Op : U8 {
-  Constructor,
-  Width,
-  TableWidth,
-  RegWidth,
-  Entries,
-  IndexMin,
-  ArrayIndexMin,
-  MaxIdentifier,
-  AddrStride,
-  ArrayElements,
-  InstanceCount,
-  FieldCount,
-  HasIdentifier,
-  AllFieldsMask,
-  EntrySpans,
-  GetSchanAddress,
-  GetAllFields,
-  IsFieldValid,
-  FieldWidth,
-  FieldOffset,
-  SetField64,
-  StringField,
-  StringFieldIs,
-  Get,  // the typed accessors of field `item`
-  Set,
-  Len,
-  Offset,
-  Valid,
-  IndexedGet,  // the indexed accessors of indexed[item]
-  IndexedSet,
-};
 
 // The name of a chip of the catalogue ("BCM88690_B0"), nullptr for another number.
 TC_INTERNAL const char* chipName(U8 chipType);
