@@ -104,8 +104,6 @@ FAULTS = [
     ("absent-reason", "generator/layout.py", "return Cell(variants[0], 0) if len(variants) == 1",
      "return Cell(variants[0], 0) if len(variants) >= 1",
      "a field absent on a variant of a chip with several names one variant"),
-    ("name-hash", "generator/layout.py", "& 0xFFFFFFFF) >> 16 & mask",
-     "& 0xFFFFFFFF) >> 15 & mask", "the generator's name table hashed unlike the library's lookup"),
     ("mask-width", "generator/layout.py", "for bit in range(offset, offset + width):",
      "for bit in range(offset, offset + width - 1):", "field masks miss each field's top bit"),
     ("one-variant-switch", "generator/emit_cpp.py",
