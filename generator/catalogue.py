@@ -11,6 +11,8 @@ import os
 import re
 import tomllib
 
+from operations import Scope, member_names, reserved_names
+
 
 class CatalogueError(Exception):
     pass
@@ -321,15 +323,7 @@ CLASS_KEYS = {"class", "summary", "variants", "kind", "storage", "block", "chips
 FIELD_KEYS = {"name", "id", "type", "view", "variants", "where", "note"}
 
 # Member names every class has; a field's accessors must not take them.
-RESERVED = {"width", "regWidth", "tableWidth", "arrayElements", "maxIdentifier", "addrStride",
-            "instanceCount", "hasIdentifier", "fieldCount", "getSchanAddress", "allFieldsMask",
-            "getAllFields", "entries", "index_min", "arrayIndex_min", "entrySpans",
-            "tableVariantCount", "isPrimary", "isTable", "setField64", "stringField",
-            "stringFieldIs", "fieldWidth", "fieldOffset", "isFieldValid", "handleBuf",
-            "chipTypeVariantValid",
-            # functions of the generated source that the accessors call
-            "rowOf", "fieldOf", "readU8", "readU16", "readU32", "readU64", "writeField", "readRaw",
-            "writeRaw"}
+RESERVED = reserved_names()
 
 
 class Klass:
@@ -457,7 +451,7 @@ class Klass:
                 refs.append(by_name[n])
             if len({r.type for r in refs}) != 1:
                 fail(iw, "the fields have different types")
-            if ix["name"] in RESERVED:
+            if RESERVED.intersection(member_names(Scope.INDEXED, ix["name"])):
                 fail(iw, "name taken by a member every class has")
             self.indexed.append(Indexed(ix["name"], refs))
 
@@ -528,8 +522,7 @@ class Klass:
             field = Field(hw, ident, f["type"], bool(f.get("view", False)))
             if field.name in by_name:
                 fail(name_where, "field listed twice")
-            for reserved in (field.name, field.name + "Is", field.name + "Len",
-                             field.name + "Offset"):
+            for reserved in member_names(Scope.FIELD, field.name):
                 if reserved in RESERVED:
                     fail(name_where, f"accessor {reserved} clashes with a member of every class")
             allowed = None

@@ -107,35 +107,3 @@ def class_layout(k, equality_array_check):
     per_field = tuple(tuple(row_cells[i] for row_cells in cells_by_row)
                       for i in range(len(k.fields)))
     return ClassLayout(rows=tuple(rows), cells=per_field, row_of=row_of, masks=tuple(masks))
-
-
-def name_key(name):
-    """What a lookup by name compares first: the name's length and its last
-    three characters, where the names of a series differ. The library computes
-    the same number of the name it is asked for."""
-    data = name.encode("ascii")
-    key = min(len(data), 255)
-    for i, c in enumerate(reversed(data[-3:])):
-        key |= c << (8 * (i + 1))
-    return key
-
-
-def name_slot(key, mask):
-    """The first slot of a name's key in a table of mask + 1 slots."""
-    return ((key * 0x9E3779B1) & 0xFFFFFFFF) >> 16 & mask
-
-
-def name_slots(names):
-    """An open-addressed table of the names, at most half full: each slot holds
-    the index of a name plus one, or 0; a name sits at its key's slot or in the
-    first free one after it."""
-    size = 2
-    while size < 2 * len(names):
-        size *= 2
-    slots = [0] * size
-    for index, name in enumerate(names):
-        slot = name_slot(name_key(name), size - 1)
-        while slots[slot]:
-            slot = (slot + 1) & (size - 1)
-        slots[slot] = index + 1
-    return slots

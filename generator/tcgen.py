@@ -19,6 +19,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from catalogue import Catalogue, CatalogueError, accessor_name  # noqa: E402
 from emit_cpp import Emitter, Out  # noqa: E402
+from emit_shared import operations_header, shapes_header  # noqa: E402
 
 
 def write_if_changed(path, text):
@@ -412,6 +413,8 @@ def outputs(cat, version="0"):
 
     files["include/TesselCounters/BlockMap.h"] = block_h
     files["src/BlockMap.cpp"] = block_s
+    files["src/Operations.h"] = operations_header
+    files["src/OperationShapes.h"] = shapes_header
     files["src/FactoryEntries.inc"] = lambda: factory_entries(cat)
     for i, chunk in enumerate(factory_chunks(cat)):
         files[f"src/FactoryMakers{i}.cpp"] = (lambda chunk=chunk: factory_makers(chunk))

@@ -139,6 +139,11 @@ class CatalogueChecks(unittest.TestCase):
         text = GOOD + 'indexed = [ { name = "modeByIndex", fields = ["engineNMode", "engineNModes"] } ]\n'
         self.rejects(text, "modeByIndex", "engineNModes")
 
+    def test_accessor_names_that_every_class_has(self):
+        for name in ("width", "getAllFields", "rowOf", "isTable"):
+            text = GOOD + f'indexed = [ {{ name = "{name}", fields = ["engineNMode"] }} ]\n'
+            self.rejects(text, "CrpsEngineCfgProbe", name, "every class has")
+
     def test_where_drops_series_elements_per_layout(self):
         text = GOOD.replace("fieldCount = 2", "fieldCount = 4").replace(
             "fieldCount = 3", "fieldCount = 6").replace("packed = true\n", "").replace(

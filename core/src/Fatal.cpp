@@ -5,6 +5,9 @@
 
 #include <cstdio>
 #include <cstring>
+#include <string_view>
+
+#include "OperationShapes.h"
 
 namespace TesselCounters {
 
@@ -14,8 +17,8 @@ namespace {
 // trace lines. Longer text is cut; no name in the catalogue comes near.
 class Text {
  public:
-  Text& operator<<(const char* text) {
-    const std::size_t n = std::strlen(text);
+  Text& operator<<(const char* text) { return append(text, std::strlen(text)); }
+  Text& append(const char* text, std::size_t n) {
     const std::size_t room = sizeof(data_) - 1 - size_;
     std::memcpy(data_ + size_, text, n < room ? n : room);
     size_ += n < room ? n : room;
@@ -70,129 +73,52 @@ const char* parameterName(FieldType type) {
   }
 }
 
-// The parts of an operation's signature other than the class.
-struct Shape {
-  const char* result;  // nullptr for the constructor
-  const char* name;    // nullptr: the field's or indexed accessor's name
-  const char* parameters;
-  bool isStatic;
-  bool isConst;
-  bool isVirtual;
-  bool traced;
-};
-
 Shape shapeOf(Op op) {
-  switch (op) {
-    case Op::Constructor:
-      return {nullptr, nullptr, "(Hardware::ChipType, U8*, U16, bool, U8)", false, false, false,
-              true};
-    case Op::Width:
-      return {"U16", "width", "(U32, U8)", true, false, false, false};
-    case Op::TableWidth:
-      return {"U16", "tableWidth", "(U32, U8)", true, false, false, false};
-    case Op::RegWidth:
-      return {"U16", "regWidth", "(U32, U8)", true, false, false, false};
-    case Op::Entries:
-      return {"U32", "entries", "(U32, U8)", true, false, false, false};
-    case Op::IndexMin:
-      return {"U32", "index_min", "(U32, U8)", true, false, false, false};
-    case Op::ArrayIndexMin:
-      return {"U32", "arrayIndex_min", "(U32, U8)", true, false, false, false};
-    case Op::MaxIdentifier:
-      return {"U32", "maxIdentifier", "(U32, U8)", true, false, false, false};
-    case Op::AddrStride:
-      return {"U32", "addrStride", "(U32, U8)", true, false, false, false};
-    case Op::ArrayElements:
-      return {"U32", "arrayElements", "(U32, U8)", true, false, false, false};
-    case Op::InstanceCount:
-      return {"U16", "instanceCount", "(U32, U8)", true, false, false, true};
-    case Op::FieldCount:
-      return {"U16", "fieldCount", "(U32, U8)", true, false, false, true};
-    case Op::HasIdentifier:
-      return {"bool", "hasIdentifier", "(U32, U8, U32)", true, false, false, true};
-    case Op::AllFieldsMask:
-      return {"Raw8192", "allFieldsMask", "(U32, U8)", true, false, false, false};
-    case Op::EntrySpans:
-      return {"", "entrySpans", "(U32, U8)", true, false, false, true};
-    case Op::GetSchanAddress:
-      return {"bool", "getSchanAddress", "(U32, U8, U32&, U32&, U32&, U16, U32, U16)", true, false,
-              false, true};
-    case Op::GetAllFields:
-      return {"", "getAllFields", "()", false, true, false, true};
-    case Op::IsFieldValid:
-      return {"bool", "isFieldValid", "(U32)", false, true, true, true};
-    case Op::FieldWidth:
-      return {"U16", "fieldWidth", "(U32)", false, true, true, true};
-    case Op::FieldOffset:
-      return {"U16", "fieldOffset", "(U32)", false, true, true, true};
-    case Op::SetField64:
-      return {"void", "setField64", "(U32, U64)", false, false, true, true};
-    case Op::StringField:
-      return {"U64", "stringField", "(const String&, U16)", false, true, true, true};
-    case Op::StringFieldIs:
-      return {"void", "stringFieldIs", "(const String&, const U64&)", false, false, true, true};
-    case Op::Get:
-      return {"", nullptr, "()", false, true, false, true};
-    case Op::Set:
-      return {"void", nullptr, "", false, false, false, true};
-    case Op::Len:
-      return {"U16", nullptr, "()", false, true, false, true};
-    case Op::Offset:
-      return {"U16", nullptr, "()", false, true, false, true};
-    case Op::Valid:
-      return {"bool", nullptr, "()", false, true, false, true};
-    case Op::IndexedGet:
-      return {"", nullptr, "(U32)", false, true, false, false};
-    case Op::IndexedSet:
-      return {"void", nullptr, "", false, false, false, false};
+  return kShapes[static_cast<unsigned>(op)];
+}
+
+// The field or indexed accessor `item`: its name and the type of its value.
+const char* itemName(const ClassInfo& k, Item kind, int item) {
+  return kind == Item::Indexed ? k.indexed[item].name : k.fields[item].name;
+}
+
+FieldType itemType(const ClassInfo& k, Item kind, int item) {
+  return k.fields[kind == Item::Indexed ? k.indexed[item].fields[0] : item].type;
+}
+
+// `pattern` with its placeholders filled (see Shape).
+void fill(Text& text, const char* pattern, const ClassInfo& k, Item kind, int item) {
+  for (const char* p = pattern; *p != '\0'; ++p) {
+    const char* end = *p == '{' ? std::strchr(p, '}') : nullptr;
+    if (end == nullptr) {
+      text.append(p, 1);
+      continue;
+    }
+    const std::string_view key(p + 1, static_cast<std::size_t>(end - p - 1));
+    if (key == "class") {
+      text << k.name;
+    } else if (key == "item") {
+      text << itemName(k, kind, item);
+    } else if (key == "Item") {
+      const char* name = itemName(k, kind, item);
+      const char first[2] = {static_cast<char>(name[0] - 'a' + 'A'), '\0'};
+      text << first << name + 1;
+    } else if (key == "type") {
+      text << typeName(itemType(k, kind, item));
+    } else if (key == "value") {
+      text << parameterName(itemType(k, kind, item));
+    } else if (key == "all") {
+      text << k.allFieldsType;
+    }
+    p = end;
   }
-  return {"", "", "", false, false, false, false};
 }
 
 // The operation's short name, as trace lines give it: "fieldCount",
 // "engineNModeIs", "isEngineNModeValid", the class's name for a constructor.
 void shortName(Text& text, const ClassInfo& k, Op op, int item) {
   const Shape shape = shapeOf(op);
-  if (shape.name != nullptr) {
-    text << shape.name;
-    return;
-  }
-  switch (op) {
-    case Op::Constructor:
-      text << k.name;
-      return;
-    case Op::Get:
-      text << k.fields[item].name;
-      return;
-    case Op::Set:
-      text << k.fields[item].name << "Is";
-      return;
-    case Op::Len:
-      text << k.fields[item].name << "Len";
-      return;
-    case Op::Offset:
-      text << k.fields[item].name << "Offset";
-      return;
-    case Op::Valid: {
-      const char* name = k.fields[item].name;
-      const char first[2] = {static_cast<char>(name[0] - 'a' + 'A'), '\0'};
-      text << "is" << first << name + 1 << "Valid";
-      return;
-    }
-    case Op::IndexedGet:
-      text << k.indexed[item].name;
-      return;
-    case Op::IndexedSet:
-      text << k.indexed[item].name << "Is";
-      return;
-    default:
-      return;
-  }
-}
-
-// The type of an indexed accessor's value: that of the fields it reaches.
-FieldType indexedType(const ClassInfo& k, int item) {
-  return k.fields[k.indexed[item].fields[0]].type;
+  fill(text, shape.name, k, shape.item, item);
 }
 
 // The operation's full signature. As a trace line gives it:
@@ -203,36 +129,14 @@ void signature(Text& text, const ClassInfo& k, Op op, int item, bool asserted) {
   const Shape shape = shapeOf(op);
   if (asserted && shape.isVirtual) text << "virtual ";
   if (shape.isStatic) text << "static ";
-  switch (op) {
-    case Op::Constructor:
-      break;
-    case Op::EntrySpans:
-      text << "Hardware::" << k.name << "::EntrySpans ";
-      break;
-    case Op::GetAllFields:
-      text << k.allFieldsType << " ";
-      break;
-    case Op::Get:
-      text << typeName(k.fields[item].type) << " ";
-      break;
-    case Op::IndexedGet:
-      text << typeName(indexedType(k, item)) << " ";
-      break;
-    default:
-      text << shape.result << " ";
+  if (*shape.result != '\0') {
+    fill(text, shape.result, k, shape.item, item);
+    text << " ";
   }
   text << "Hardware::" << k.name << "::";
-  shortName(text, k, op, item);
-  if (op == Op::Set) {
-    text << "(" << parameterName(k.fields[item].type) << ")";
-  } else if (op == Op::IndexedSet) {
-    text << "(U32, " << parameterName(indexedType(k, item)) << ")";
-  } else if (asserted && (op == Op::StringField || op == Op::StringFieldIs)) {
-    text << (op == Op::StringField ? "(const Larch::String&, U16)"
-                                   : "(const Larch::String&, const U64&)");
-  } else {
-    text << shape.parameters;
-  }
+  fill(text, shape.name, k, shape.item, item);
+  const bool own = asserted && shape.assertedParameters != nullptr;
+  fill(text, own ? shape.assertedParameters : shape.parameters, k, shape.item, item);
   if (shape.isConst) text << " const";
 }
 

@@ -6,6 +6,28 @@
 
 namespace TesselCounters {
 
+// What the {item} of an operation's shape names: nothing, a field, or an
+// indexed accessor.
+enum class Item : U8 { None, Field, Indexed };
+
+// What trace lines and fatal checks say of an operation: the parts of its
+// signature other than the class. Names and types may hold placeholders:
+// {class}, the class's name; {item} and {Item}, the name of the field or
+// indexed accessor, the second capitalised; {type}, its type; {value}, how a
+// setter takes that type; {all}, the result type of getAllFields. kShapes
+// (OperationShapes.h, generated from generator/operations.py) holds one per Op.
+struct Shape {
+  const char* name;        // "width", "{item}Is", "{class}" for the constructor
+  const char* result;      // "" for the constructor
+  const char* parameters;  // as a trace line gives them: "(const String&, U16)"
+  const char* assertedParameters;  // as a failed assertion does; nullptr: the same
+  Item item;
+  bool isStatic;
+  bool isConst;
+  bool isVirtual;
+  bool traced;
+};
+
 // A plain assertion of operation `op` of class k (of field or indexed
 // accessor `item` where the operation has one): the platform's failure with
 // the expression's text and the operation's signature.

@@ -15,6 +15,7 @@
 #include <Orrery/Bits.h>
 
 #include "AccessorImpl.h"
+#include "Operations.h"  // enum class Op, generated from generator/operations.py
 
 namespace TesselCounters {
 
@@ -130,45 +131,30 @@ struct ClassInfo {
   U16 nameSlotMask;      // slots - 1, a power of two less one
 };
 
-// The first slot of a name's key in a table of mask + 1 slots; the
-// generator fills the tables with the same function.
-inline unsigned nameSlot(U32 key, unsigned mask) {
+// The first slot of a name's key in a table of mask + 1 slots.
+constexpr unsigned nameSlot(U32 key, unsigned mask) {
   return (key * 0x9E3779B1u) >> 16 & mask;
 }
 
-// The operations whose names appear in trace lines and fatal checks.
-enum class Op : U8 {
-  Constructor,
-  Width,
-  TableWidth,
-  RegWidth,
-  Entries,
-  IndexMin,
-  ArrayIndexMin,
-  MaxIdentifier,
-  AddrStride,
-  ArrayElements,
-  InstanceCount,
-  FieldCount,
-  HasIdentifier,
-  AllFieldsMask,
-  EntrySpans,
-  GetSchanAddress,
-  GetAllFields,
-  IsFieldValid,
-  FieldWidth,
-  FieldOffset,
-  SetField64,
-  StringField,
-  StringFieldIs,
-  Get,  // the typed accessors of field `item`
-  Set,
-  Len,
-  Offset,
-  Valid,
-  IndexedGet,  // the indexed accessors of indexed[item]
-  IndexedSet,
-};
+// The slots of a class's table of names: a power of two at least twice the
+// number of fields, so that the table is at most half full.
+constexpr unsigned nameSlotCount(unsigned fieldCount) {
+  unsigned count = 2;
+  while (count < 2 * fieldCount) count *= 2;
+  return count;
+}
+
+// Fills the table of names, at compile time: each field's index + 1 at the
+// slot of its name's key or in the first free one after it, 0 in the rest.
+constexpr void fillNameSlots(const Field* fields, unsigned fieldCount, U16* slots,
+                             unsigned slotCount) {
+  for (unsigned slot = 0; slot < slotCount; ++slot) slots[slot] = 0;
+  for (unsigned field = 0; field < fieldCount; ++field) {
+    unsigned slot = nameSlot(fields[field].key, slotCount - 1);
+    while (slots[slot] != 0) slot = (slot + 1) & (slotCount - 1);
+    slots[slot] = static_cast<U16>(field + 1);
+  }
+}
 
 // The name of a chip of the catalogue ("BCM88690_B0"), nullptr for another number.
 TC_INTERNAL const char* chipName(U8 chipType);
