@@ -29,8 +29,8 @@ def words(root, tool):
     out += [k.name for k in cat.classes]
     for cells in cat.blocks.cells.values():  # block numbers that locate knows
         for cell in cells.values():
-            if cell[0] == "list":
-                out += [str(b) for _, b in cell[1]]
+            if cell.pairs is not None:
+                out += [str(b) for _, b in cell.pairs]
     for name in cat.ids.by_name:
         out += [name, accessor_name(name)]
     return out + EDGES

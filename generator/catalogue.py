@@ -10,6 +10,7 @@ import ast
 import os
 import re
 import tomllib
+from dataclasses import dataclass
 
 from operations import Scope, member_names, reserved_names
 
@@ -234,54 +235,59 @@ class FieldIds:
 # --------------------------------------------------------------------------
 # Block map
 
+@dataclass(frozen=True)
+class BlockCell:
+    """(subBlock, block) of each instance of a block on one chip (and variant):
+    a list of pairs, or a count and two formulas in the instance `id`."""
+    pairs: tuple[tuple[int, int], ...] | None
+    count: int
+    sub_block: str = ""
+    block: str = ""
+
+    def at(self, ident: int, where: str) -> tuple[int, int]:
+        if self.pairs is not None:
+            return self.pairs[ident]
+        env = {"id": ident}
+        return evaluate(self.sub_block, env, where), evaluate(self.block, env, where)
+
+
+def block_cell(cell, where: str) -> BlockCell:
+    if isinstance(cell, list):
+        return BlockCell(tuple(tuple(p) for p in cell), len(cell))
+    return BlockCell(None, cell["count"], str(cell["subBlock"]), str(cell["block"]))
+
+
 class BlockMap:
     """(subBlock, block) per block, chip, variant and identifier."""
 
-    def __init__(self, path, chips):
+    def __init__(self, path: str, chips: Chips):
         data = load_toml(path)
         self.names = sorted(data["blocks"])
-        # cells[block][(chip, variant or None)] = ("list", [(s, b)...]) or ("formula", count, s, b)
-        self.cells = {}
+        # cells[block][(chip, variant or None)]: None where the block doesn't vary by variant
+        self.cells: dict[str, dict[tuple[int, int | None], BlockCell]] = {}
         for block, table in data["blocks"].items():
-            cells = {}
             variant_tables = {k: v for k, v in table.items() if re.fullmatch(r"v\d+", k)}
             if variant_tables:
                 items = [(int(k[1:]), t) for k, t in variant_tables.items()]
             else:
                 items = [(None, table)]
+            cells = {}
             for variant, t in items:
                 for label, cell in t.items():
                     where = f"{path}: block {block}, {label}"
                     for chip in chips.resolve(label, where):
-                        key = (chip, variant)
-                        if key in cells:
+                        if (chip, variant) in cells:
                             fail(where, f"chip {chip} given twice")
-                        if isinstance(cell, list):
-                            cells[key] = ("list", [tuple(p) for p in cell])
-                        else:
-                            cells[key] = ("formula", cell["count"], str(cell["subBlock"]),
-                                          str(cell["block"]))
+                        cells[(chip, variant)] = block_cell(cell, where)
             self.cells[block] = cells
 
-    def cell(self, block, chip, variant):
+    def cell(self, block: str, chip: int, variant: int) -> BlockCell | None:
         cells = self.cells[block]
         return cells.get((chip, variant), cells.get((chip, None)))
 
-    def count(self, block, chip, variant):
+    def count(self, block: str, chip: int, variant: int) -> int | None:
         c = self.cell(block, chip, variant)
-        if c is None:
-            return None
-        return len(c[1]) if c[0] == "list" else c[1]
-
-    def lookup(self, block, chip, variant, ident):
-        c = self.cell(block, chip, variant)
-        if c[0] == "list":
-            return c[1][ident]
-        env = {"id": ident}
-        return (evaluate(c[2], env, block), evaluate(c[3], env, block))
-
-    def varies_by_variant(self, block):
-        return any(v is not None for (_, v) in self.cells[block])
+        return None if c is None else c.count
 
 
 # --------------------------------------------------------------------------

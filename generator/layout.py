@@ -107,3 +107,16 @@ def class_layout(k, equality_array_check):
     per_field = tuple(tuple(row_cells[i] for row_cells in cells_by_row)
                       for i in range(len(k.fields)))
     return ClassLayout(rows=tuple(rows), cells=per_field, row_of=row_of, masks=tuple(masks))
+
+
+def chip_groups(mapping: dict) -> list:
+    """{(chip, variant): value} -> [([chips], {variant: value})], in chip
+    order: the chips whose variants have the same values are one group."""
+    per_chip: dict = {}
+    for (chip, variant), value in mapping.items():
+        per_chip.setdefault(chip, {})[variant] = value
+    groups: dict = {}
+    for chip in sorted(per_chip):
+        key = tuple(sorted(per_chip[chip].items(), key=lambda kv: -1 if kv[0] is None else kv[0]))
+        groups.setdefault(key, []).append(chip)
+    return [(chips, dict(key)) for key, chips in groups.items()]

@@ -4,8 +4,9 @@
 set -euo pipefail
 
 # chromium (headless) runs the reference site's test in a real browser;
-# abigail-tools compares the interface of two builds (abidiff).
-packages=(cmake g++ clang make python3 python3-dev python3-jsonschema python3-pytest pkg-config
+# abigail-tools compares the interface of two builds (abidiff); clang-format
+# checks the layout of the generated C++.
+packages=(cmake g++ clang clang-format make python3 python3-dev python3-jsonschema python3-pytest pkg-config
           googletest libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev libclang-rt-14-dev chromium
           abigail-tools nlohmann-json3-dev)
 missing=()

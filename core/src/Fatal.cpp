@@ -5,7 +5,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <string_view>
 
 #include "OperationShapes.h"
 
@@ -73,10 +72,6 @@ const char* parameterName(FieldType type) {
   }
 }
 
-Shape shapeOf(Op op) {
-  return kShapes[static_cast<unsigned>(op)];
-}
-
 // The field or indexed accessor `item`: its name and the type of its value.
 const char* itemName(const ClassInfo& k, Item kind, int item) {
   return kind == Item::Indexed ? k.indexed[item].name : k.fields[item].name;
@@ -86,31 +81,42 @@ FieldType itemType(const ClassInfo& k, Item kind, int item) {
   return k.fields[kind == Item::Indexed ? k.indexed[item].fields[0] : item].type;
 }
 
-// `pattern` with its placeholders filled (see Shape).
-void fill(Text& text, const char* pattern, const ClassInfo& k, Item kind, int item) {
+// Whether the placeholder at p (after its "{") is {key}; then p moves past it.
+bool isKey(const char*& p, const char* key) {
+  std::size_t n = 0;
+  while (key[n] != '\0' && p[n] == key[n]) ++n;
+  if (key[n] != '\0' || p[n] != '}') return false;
+  p += n;
+  return true;
+}
+
+// `pattern` with its placeholders filled (see Shape); `asserted` names the
+// string type by its full name, as a failed assertion does.
+void fill(Text& text, const char* pattern, const ClassInfo& k, Item kind, int item,
+          bool asserted) {
   for (const char* p = pattern; *p != '\0'; ++p) {
-    const char* end = *p == '{' ? std::strchr(p, '}') : nullptr;
-    if (end == nullptr) {
+    if (*p != '{') {
       text.append(p, 1);
-      continue;
-    }
-    const std::string_view key(p + 1, static_cast<std::size_t>(end - p - 1));
-    if (key == "class") {
+    } else if (isKey(++p, "class")) {
       text << k.name;
-    } else if (key == "item") {
+    } else if (isKey(p, "item")) {
       text << itemName(k, kind, item);
-    } else if (key == "Item") {
+    } else if (isKey(p, "Item")) {
       const char* name = itemName(k, kind, item);
       const char first[2] = {static_cast<char>(name[0] - 'a' + 'A'), '\0'};
       text << first << name + 1;
-    } else if (key == "type") {
+    } else if (isKey(p, "type")) {
       text << typeName(itemType(k, kind, item));
-    } else if (key == "value") {
+    } else if (isKey(p, "value")) {
       text << parameterName(itemType(k, kind, item));
-    } else if (key == "all") {
+    } else if (isKey(p, "all")) {
       text << k.allFieldsType;
+    } else if (isKey(p, "String")) {
+      text << (asserted ? "Larch::String" : "String");
+    } else {
+      text.append("{", 1);  // no placeholder: the text goes on after the brace
+      --p;
     }
-    p = end;
   }
 }
 
@@ -118,7 +124,7 @@ void fill(Text& text, const char* pattern, const ClassInfo& k, Item kind, int it
 // "engineNModeIs", "isEngineNModeValid", the class's name for a constructor.
 void shortName(Text& text, const ClassInfo& k, Op op, int item) {
   const Shape shape = shapeOf(op);
-  fill(text, shape.name, k, shape.item, item);
+  fill(text, shape.name, k, shape.item, item, false);
 }
 
 // The operation's full signature. As a trace line gives it:
@@ -127,17 +133,16 @@ void shortName(Text& text, const ClassInfo& k, Op op, int item) {
 // and the string type by its full name.
 void signature(Text& text, const ClassInfo& k, Op op, int item, bool asserted) {
   const Shape shape = shapeOf(op);
-  if (asserted && shape.isVirtual) text << "virtual ";
-  if (shape.isStatic) text << "static ";
+  if (asserted && (shape.flags & kVirtual)) text << "virtual ";
+  if (shape.flags & kStatic) text << "static ";
   if (*shape.result != '\0') {
-    fill(text, shape.result, k, shape.item, item);
+    fill(text, shape.result, k, shape.item, item, asserted);
     text << " ";
   }
   text << "Hardware::" << k.name << "::";
-  fill(text, shape.name, k, shape.item, item);
-  const bool own = asserted && shape.assertedParameters != nullptr;
-  fill(text, own ? shape.assertedParameters : shape.parameters, k, shape.item, item);
-  if (shape.isConst) text << " const";
+  fill(text, shape.name, k, shape.item, item, asserted);
+  fill(text, shape.parameters, k, shape.item, item, asserted);
+  if (shape.flags & kConst) text << " const";
 }
 
 }  // namespace
@@ -204,7 +209,7 @@ void traceConstructor(const ClassInfo& k, U8 chipType, U8 variant, int line) {
 }
 
 bool isTraced(Op op) {
-  return shapeOf(op).traced;
+  return (shapeOf(op).flags & kTraced) != 0;
 }
 
 }  // namespace TesselCounters

@@ -14,18 +14,23 @@ enum class Item : U8 { None, Field, Indexed };
 // signature other than the class. Names and types may hold placeholders:
 // {class}, the class's name; {item} and {Item}, the name of the field or
 // indexed accessor, the second capitalised; {type}, its type; {value}, how a
-// setter takes that type; {all}, the result type of getAllFields. kShapes
-// (OperationShapes.h, generated from generator/operations.py) holds one per Op.
+// setter takes that type; {all}, the result type of getAllFields; {String},
+// the string type, by its full name in a failed assertion. shapeOf
+// (OperationShapes.h, generated from generator/operations.py) gives each Op's.
 struct Shape {
   const char* name;        // "width", "{item}Is", "{class}" for the constructor
   const char* result;      // "" for the constructor
-  const char* parameters;  // as a trace line gives them: "(const String&, U16)"
-  const char* assertedParameters;  // as a failed assertion does; nullptr: the same
+  const char* parameters;  // "(const {String}&, U16)"
   Item item;
-  bool isStatic;
-  bool isConst;
-  bool isVirtual;
-  bool traced;
+  U8 flags;  // of ShapeFlag
+};
+
+// What else a shape says of its operation.
+enum ShapeFlag : U8 {
+  kStatic = 1,
+  kConst = 2,
+  kVirtual = 4,  // an override of the root class's
+  kTraced = 8,   // writes the level 8 entry line
 };
 
 // A plain assertion of operation `op` of class k (of field or indexed
