@@ -21,7 +21,7 @@ def words(root, tool):
     sys.path.insert(0, os.path.join(root, "generator"))
     from catalogue import Catalogue, accessor_name
     usage = subprocess.run([tool, "--help"], capture_output=True, text=True, check=True).stdout
-    cat = Catalogue(root)
+    cat = Catalogue.read(root)
     out = (re.findall(r"tessel-counters (\w+)", usage) + re.findall(r"tessel-counters dump (\w+)", usage)
            + re.findall(r"--[\w-]+", usage))
     for chip in cat.chips.chips:

@@ -93,8 +93,8 @@ def class_declarations(o: Out, k: Klass) -> None:
             o(f"~{k.name}() override;")
     if k.is_memory:
         o()
-        for record, _, _ in k.spans:
-            o(f"static const Orrery::EntrySpan _entrySpans_{record}[1];")
+        for span in k.spans:
+            o(f"static const Orrery::EntrySpan _entrySpans_{span.record}[1];")
 
 
 def item_declarations(o: Out, k: Klass) -> None:
@@ -159,9 +159,9 @@ def source(k: Klass, chip_names: dict[int, str], equality_array_check: set[int])
             if operation.form is form:
                 definition(o, operation, k)
         o()
-    for record, entries, _ in k.spans:
-        o.braced(f"const Orrery::EntrySpan {k.name}::_entrySpans_{record}[1] = ",
-                 [f"{{0, {entries}}}"])
+    for span in k.spans:
+        o.braced(f"const Orrery::EntrySpan {k.name}::_entrySpans_{span.record}[1] = ",
+                 [f"{{0, {span.entries}}}"])
     if k.spans:
         o()
     item_definitions(o, k)

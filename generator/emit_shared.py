@@ -240,7 +240,7 @@ def block_map_header(cat: Catalogue) -> str:
 
 
 def block_map_source(cat: Catalogue) -> str:
-    chip_names = {c.number: c.name for c in cat.chips.chips}
+    chip_names = cat.chips.names
     o = Out()
     o.comment(banner(BLOCKS_SOURCE))
     o("#include <TesselCounters/BlockMap.h>")
@@ -423,7 +423,7 @@ def description_source(cat: Catalogue, version: str) -> str:
     """The catalogue as constant data for the public description: chips, and
     per class its kind, subsystem, summary, variants, (chip, variant) pairs
     and fields; and the library's version."""
-    chip_names = {c.number: c.name for c in cat.chips.chips}
+    chip_names = cat.chips.names
     classes = by_name(cat)
     o = Out()
     o.comment(banner(CATALOGUE_SOURCE))

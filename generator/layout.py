@@ -84,11 +84,11 @@ def class_layout(k, equality_array_check):
             masks.append(mask)
         row = GeometryRow(
             width=r.width,
-            instance_count=r.instanceCount,
-            field_count=r.fieldCount,
-            table_variant_count=r.tableVariantCount or 0,
-            array_elements=r.arrayElements,
-            addr_stride=r.addrStride if not k.is_memory else 0,
+            instance_count=r.instance_count,
+            field_count=r.field_count,
+            table_variant_count=r.table_variant_count or 0,
+            array_elements=r.array_elements,
+            addr_stride=r.addr_stride if not k.is_memory else 0,
             entries=r.entries or 0,
             address=r.address,
             array_index_is_zero=k.is_memory and key[0] in equality_array_check,

@@ -4,6 +4,7 @@
     tcgen.py --root SRC --out DIR          write (or refresh) the generated files
     tcgen.py --root SRC --list             print the sources that would be written
     tcgen.py --root SRC --check            validate the catalogue only
+    tcgen.py --root SRC --format-doc       rewrite the Keys section of accessors/README.md
 
 Files are rewritten only when their text changes, so a rebuild compiles only
 what a catalogue edit touched. Any inconsistency in the data stops with a
@@ -19,6 +20,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import emit_cpp  # noqa: E402
 import emit_shared as shared  # noqa: E402
 from catalogue import Catalogue, CatalogueError  # noqa: E402
+from keys import with_section  # noqa: E402
 
 
 def write_if_changed(path, text):
@@ -35,7 +37,7 @@ def write_if_changed(path, text):
 
 def outputs(cat: Catalogue, version: str = "0") -> dict:
     """{relative path: function that makes its text}."""
-    chip_names = {c.number: c.name for c in cat.chips.chips}
+    chip_names = cat.chips.names
     files = {
         "include/TesselCounters/FieldIds.h": lambda: shared.field_ids_header(cat),
         "src/FieldIds.cpp": lambda: shared.field_ids_source(cat),
@@ -58,16 +60,25 @@ def outputs(cat: Catalogue, version: str = "0") -> dict:
     return files
 
 
-def main():
-    p = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+def main() -> int:
+    p = argparse.ArgumentParser(description=__doc__,
+                                formatter_class=argparse.RawDescriptionHelpFormatter)
     p.add_argument("--root", required=True, help="source tree (holds core/data and accessors)")
     p.add_argument("--out", help="output directory")
     p.add_argument("--list", action="store_true", help="print the .cpp files to be generated")
     p.add_argument("--check", action="store_true", help="validate only")
-    p.add_argument("--version", default="0", help="the library's version, which the description holds")
+    p.add_argument("--version", default="0",
+                   help="the library's version, which the description holds")
+    p.add_argument("--format-doc", action="store_true",
+                   help="rewrite the Keys section of accessors/README.md from the key tables")
     args = p.parse_args()
+    if args.format_doc:
+        readme = os.path.join(args.root, "accessors", "README.md")
+        with open(readme, encoding="utf-8") as f:
+            write_if_changed(readme, with_section(f.read()))
+        return 0
     try:
-        cat = Catalogue(args.root)
+        cat = Catalogue.read(args.root)
     except CatalogueError as e:
         print(f"catalogue error: {e}", file=sys.stderr)
         return 1
@@ -75,16 +86,13 @@ def main():
     if args.check:
         print(f"catalogue ok: {len(cat.classes)} classes, "
               f"{sum(len(k.fields) for k in cat.classes)} fields")
-        return 0
-    if args.list:
-        for rel in files:
-            if rel.endswith(".cpp"):
-                print(rel)
-        return 0
-    if not args.out:
+    elif args.list:
+        print("\n".join(rel for rel in files if rel.endswith(".cpp")))
+    elif args.out:
+        for rel, make in files.items():
+            write_if_changed(os.path.join(args.out, rel), make())
+    else:
         p.error("--out is required")
-    for rel, make in files.items():
-        write_if_changed(os.path.join(args.out, rel), make())
     return 0
 
 

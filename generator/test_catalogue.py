@@ -14,6 +14,7 @@ import unittest
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 
 from catalogue import Catalogue, CatalogueError, accessor_name, sort_key  # noqa: E402
+from keys import with_section  # noqa: E402
 
 ROOT = sys.argv.pop(1) if len(sys.argv) > 1 else os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
@@ -52,7 +53,7 @@ class CatalogueChecks(unittest.TestCase):
         if ids is not None:
             with open(os.path.join(self.tmp, "core", "data", "field_ids.toml"), "w") as f:
                 f.write(ids)
-        return Catalogue(self.tmp)
+        return Catalogue.read(self.tmp)
 
     def rejects(self, text, *parts, ids=None):
         with self.assertRaises(CatalogueError) as ctx:
@@ -139,6 +140,31 @@ class CatalogueChecks(unittest.TestCase):
         text = GOOD + 'indexed = [ { name = "modeByIndex", fields = ["engineNMode", "engineNModes"] } ]\n'
         self.rejects(text, "modeByIndex", "engineNModes")
 
+    def test_keys_of_each_record(self):
+        """One form of error for a key missing, unknown or of another type, in
+        any record, naming the file, the class and the record."""
+        cases = [
+            (GOOD.replace("storage = 8\n", ""), "missing key 'storage'"),
+            (GOOD + 'colour = "red"\n', "unknown key 'colour'"),
+            (GOOD.replace("width = 2, arrayElements = 22", 'width = "2", arrayElements = 22'),
+             "geometry row '88690'", "key 'width' must be integer"),
+            (GOOD.replace('type = "U8", L1 = "0:5"', 'L1 = "0:5"'), "field 'ENGINE_N_MODE'",
+             "missing key 'type'"),
+            (GOOD.replace('type = "U32", L2', 'type = "U32", view = 1, L2'),
+             "field 'ENGINE_N_OVF_VALUE'", "key 'view' must be true or false"),
+            (GOOD + 'indexed = [ { name = "m", fields = ["engineNMode"], step = 2 } ]\n',
+             "indexed accessor 'm'", "unknown key 'step'"),
+        ]
+        for text, *parts in cases:
+            with self.subTest(parts[-1]):
+                self.rejects(text, "crps/Probe.toml", "CrpsEngineCfgProbe", *parts)
+
+    def test_format_section_of_the_readme_is_current(self):
+        with open(os.path.join(ROOT, "accessors", "README.md"), encoding="utf-8") as f:
+            readme = f.read()
+        self.assertEqual(with_section(readme), readme,
+                         "run python3 generator/tcgen.py --root . --format-doc")
+
     def test_accessor_names_that_every_class_has(self):
         for name in ("width", "getAllFields", "rowOf", "isTable"):
             text = GOOD + f'indexed = [ {{ name = "{name}", fields = ["engineNMode"] }} ]\n'
@@ -214,7 +240,7 @@ class Rules(unittest.TestCase):
                           "EXPANSION_SELECT_10", "STAT_METADATA_31", "STAT_METADATA_0_MC"])
 
     def test_identifier_list(self):
-        cat = Catalogue(ROOT)
+        cat = Catalogue.read(ROOT)
         ids = cat.ids.by_name
         self.assertEqual(len(ids), 1144)
         self.assertEqual((min(ids.values()), max(ids.values())), (5, 1199))
