@@ -35,7 +35,7 @@ def fail(where: str, message: str) -> NoReturn:
     raise CatalogueError(f"{where}: {message}")
 
 
-def check_keys(obj, what: str, required: K.Keys, optional: K.Keys) -> None:
+def check_keys(obj: object, what: str, required: K.Keys, optional: K.Keys) -> None:
     """Stops unless `obj` is a table whose keys are all known, with every
     required one, each of its type; the message names what is wrong."""
     if not isinstance(obj, dict):
@@ -61,7 +61,7 @@ _ARITHMETIC = {ast.Add: lambda a, b: a + b, ast.Sub: lambda a, b: a - b,
                ast.Mult: lambda a, b: a * b, ast.FloorDiv: lambda a, b: a // b}
 
 
-def evaluate(expr, env: dict, where: str) -> int:
+def evaluate(expr: int | str, env: dict, where: str) -> int:
     """Evaluates an integer formula: + - * //, parentheses, names from env.
     A comparison (< <= > >= == !=, chained as in "0 <= N < c") gives 1 or 0."""
     if isinstance(expr, int):
@@ -71,7 +71,7 @@ def evaluate(expr, env: dict, where: str) -> int:
     except SyntaxError:
         fail(where, f"formula {expr!r} doesn't parse")
 
-    def walk(node) -> int:
+    def walk(node: ast.AST) -> int:
         if isinstance(node, ast.Constant) and isinstance(node.value, int):
             return node.value
         if isinstance(node, ast.Name):
@@ -92,7 +92,7 @@ def evaluate(expr, env: dict, where: str) -> int:
     return walk(tree.body)
 
 
-def parse_range(text, where: str) -> list:
+def parse_range(text: int | str, where: str) -> list:
     """'0-31' -> [0..31]; 'A-D' -> ['A'..'D']; '3' -> [3]; '0,2,5' -> [0, 2, 5]."""
     text = normalise(str(text)).strip()
     out = []
@@ -269,7 +269,7 @@ class BlockCell:
     block: str = ""
 
 
-def block_cell(cell, where: str) -> BlockCell:
+def block_cell(cell: list | dict, where: str) -> BlockCell:
     if isinstance(cell, list):
         return BlockCell(tuple(tuple(p) for p in cell), len(cell))
     check_keys(cell, where, K.BLOCK_FORMULA_REQUIRED, {})

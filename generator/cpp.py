@@ -57,7 +57,7 @@ def pack(first_column: int, column: int, items: list[str], close: str) -> list[s
     return lines
 
 
-def layouts(column: int, head: Head, items: list[str], close: str):
+def layouts(column: int, head: Head, items: list[str], close: str) -> list[tuple[int, list[str]]]:
     """(penalty, lines) of each way clang-format considers for `head items close`."""
     pad = " " * column
     opened = head.text()
@@ -102,7 +102,7 @@ def best_layout(column: int, head: Head, items: list[str], close: str) -> list[s
     return best[1]
 
 
-def split_call(statement: str):
+def split_call(statement: str) -> tuple[Head, list[str], str] | None:
     """'return f(a, b(c), d);' -> (Head('return f'), ['a', 'b(c)', 'd'], ');'),
     or None where the statement doesn't end in a call."""
     depth = 0
@@ -161,7 +161,8 @@ class ColumnFormat:
     sizes: list[int]
 
 
-def column_formats(lengths: list[int], end_lengths: list[int], breaks: list[bool]):
+def column_formats(lengths: list[int], end_lengths: list[int],
+                   breaks: list[bool]) -> list["ColumnFormat"]:
     """The column layouts clang-format weighs for a braced list: per number of
     columns, the lines it takes, its width and each column's width. A layout
     whose column holds items of widths more than 10 apart is left out, as is
@@ -362,7 +363,7 @@ class Out:
         self.raw(lines[-1], comment)
 
 
-def comment_runs(lines: list[Line], texts: list[str]):
+def comment_runs(lines: list[Line], texts: list[str]) -> list[tuple[int, int, int]]:
     """(first, end, column) of each run of consecutive lines with trailing
     comments that clang-format aligns at one column: the farthest of their
     natural places, as long as every comment of the run still fits."""

@@ -9,7 +9,7 @@ defines its accessors (the macros of Accessors.h). Every check, fatal text and
 trace line is in core/src/Layout.h and the routines it declares.
 """
 
-from catalogue import Klass, is_raw
+from catalogue import Field, Indexed, Klass, is_raw
 from cpp import Head, Out, banner
 from layout import ANY_VARIANT, Cell, ClassLayout, chip_groups, class_layout
 from operations import Form, Operation, Scope, fill, of_class, of_scope, value_parameter
@@ -109,7 +109,7 @@ def item_declarations(o: Out, k: Klass) -> None:
                 declaration(o, operation, dict(values(k), **item_values(item)))
 
 
-def item_values(item) -> dict:
+def item_values(item: Field | Indexed) -> dict:
     """What the placeholders of an item's operation stand for."""
     return {"item": item.name, "Item": item.name[:1].upper() + item.name[1:], "type": item.type,
             "value": value_parameter(item.type)}

@@ -458,6 +458,13 @@ def description_source(cat: Catalogue, version: str) -> str:
     o()
     o("}  // namespace")
     o()
+    description_lookups(o)
+    o("}  // namespace Hardware")
+    return o.text()
+
+
+def description_lookups(o: Out) -> None:
+    """The two functions of the description: the whole, and one class by name."""
     o("const CatalogueDescription& catalogueDescription() {")
     o("  return kCatalogue;")
     o("}")
@@ -478,8 +485,6 @@ def description_source(cat: Catalogue, version: str) -> str:
     o("  return nullptr;")
     o("}")
     o()
-    o("}  // namespace Hardware")
-    return o.text()
 
 
 def umbrella(cat: Catalogue) -> str:

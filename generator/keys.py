@@ -15,7 +15,7 @@ TYPE_NAMES = {str: "text", int: "integer", bool: "true or false", list: "array",
               FORMULA: "integer or formula"}
 
 
-def is_type(value, expected: Type) -> bool:
+def is_type(value: object, expected: Type) -> bool:
     """Whether value has the type; true and false are no integers."""
     kinds = expected if isinstance(expected, tuple) else (expected,)
     if isinstance(value, bool):

@@ -11,6 +11,8 @@ question about its pairs.
 
 from dataclasses import dataclass
 
+from catalogue import Field, Klass
+
 ANY_VARIANT = 0xFFFF  # an absent field's cell: the check "0"
 
 
@@ -20,7 +22,7 @@ class Cell:
     width: int  # 0: absent; offset is then ANY_VARIANT or the one variant with the field
 
     @property
-    def absent(self):
+    def absent(self) -> bool:
         return self.width == 0
 
 
@@ -41,26 +43,26 @@ class GeometryRow:
 
 @dataclass(frozen=True)
 class ClassLayout:
-    rows: tuple  # GeometryRow
-    cells: tuple  # per field (in the class's field order), a Cell per row
-    row_of: dict  # (chip, variant) -> row index
-    masks: tuple  # per distinct mask, its 32-bit words
+    rows: tuple[GeometryRow, ...]
+    cells: tuple[tuple[Cell, ...], ...]  # per field (in the class's field order), a Cell per row
+    row_of: dict[tuple[int, int], int]  # (chip, variant) -> row index
+    masks: tuple[tuple[int, ...], ...]  # per distinct mask, its 32-bit words
 
 
-def absent_cell(field, chip):
+def absent_cell(field: Field, chip: int) -> Cell:
     """The check that stops an access to `field` on a variant of `chip` that lacks it."""
     variants = [v for c, v in field.cells if c == chip]
     return Cell(variants[0], 0) if len(variants) == 1 else Cell(ANY_VARIANT, 0)
 
 
-def field_cell(field, key):
+def field_cell(field: Field, key: tuple[int, int]) -> Cell:
     if key in field.cells:
         offset, width = field.cells[key]
         return Cell(offset, width)
     return absent_cell(field, key[0])
 
 
-def mask_words(k, key):
+def mask_words(k: Klass, key: tuple[int, int]) -> tuple[int, ...]:
     words = [0] * k.words
     for f in k.fields:
         if key in f.cells:
@@ -70,7 +72,7 @@ def mask_words(k, key):
     return tuple(words)
 
 
-def class_layout(k, equality_array_check):
+def class_layout(k: Klass, equality_array_check: frozenset[int]) -> ClassLayout:
     """equality_array_check: the chips on which a memory of one array element
     checks "arrayIndex == 0" rather than "arrayIndex < 1"."""
     masks = []

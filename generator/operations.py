@@ -75,7 +75,8 @@ BINDING = (Param("Hardware::ChipType", "chipType"), Param("U8*", "buf"), Param("
            Param("bool", "flag"), Param("U8", "variant"))
 
 
-def query(name, result, answer, kinds=BOTH, traced=False):
+def query(name: str, result: str, answer: str | None, kinds: frozenset = BOTH,
+          traced: bool = False) -> Operation:
     """A static query of (chipType, variant) that answers a member of its row,
     or 0 (answer None) once the row is found."""
     body = "{row};\nreturn 0;" if answer is None else f"return {{row}}.{answer};"
@@ -83,7 +84,8 @@ def query(name, result, answer, kinds=BOTH, traced=False):
                      traced=traced)
 
 
-def forward(name, result, kinds=BOTH, params=(), form=Form.OVERRIDE, pair="chipType_, variant_"):
+def forward(name: str, result: str, kinds: frozenset = BOTH, params: tuple[Param, ...] = (),
+            form: Form = Form.OVERRIDE, pair: str = "chipType_, variant_") -> Operation:
     """An instance function that asks the static query of the same name about
     the object's chip and variant."""
     args = ", ".join([pair] + [p.name for p in params])
@@ -91,7 +93,7 @@ def forward(name, result, kinds=BOTH, params=(), form=Form.OVERRIDE, pair="chipT
                      kinds=kinds)
 
 
-def op_name(name):
+def op_name(name: str) -> str:
     """index_min -> IndexMin, getSchanAddress -> GetSchanAddress."""
     return "".join(w[:1].upper() + w[1:] for w in name.split("_"))
 
@@ -208,36 +210,36 @@ HELPERS = ("rowOf", "fieldOf", "readU8", "readU16", "readU32", "readU64", "write
 _PLACEHOLDER = re.compile(r"\{(\w+)\}")
 
 
-def fill(text, **values):
+def fill(text: str, **values: object) -> str:
     """The text with each {name} of `values` replaced; other braces stay."""
     return _PLACEHOLDER.sub(lambda m: str(values.get(m.group(1), m.group(0))), text)
 
 
-def value_parameter(type_name):
+def value_parameter(type_name: str) -> str:
     """How a setter takes a value of the type: by value up to U32, else by reference."""
     return type_name if type_name in ("U8", "U16", "U32") else f"const {type_name}&"
 
 
-def of_class(kind):
+def of_class(kind: str) -> list[Operation]:
     """The class-wide operations of a kind of class, in table order."""
     return [o for o in OPERATIONS if o.scope is Scope.CLASS and kind in o.kinds]
 
 
-def of_scope(scope):
+def of_scope(scope: Scope) -> list[Operation]:
     return [o for o in OPERATIONS if o.scope is scope]
 
 
-def member_names(scope, item):
+def member_names(scope: Scope, item: str) -> list[str]:
     """The member names that the operations of one field or indexed accessor take."""
     return [fill(o.name, item=item, Item=item[:1].upper() + item[1:]) for o in of_scope(scope)]
 
 
-def reserved_names():
+def reserved_names() -> set[str]:
     """Names that every class has, which no field's or indexed accessor's member may take."""
     names = {o.name for o in of_class("register") + of_class("memory")}
     return (names - {"{class}"}) | set(HELPERS)
 
 
-def traced_ops():
+def traced_ops() -> list[Operation]:
     """The rows with a name in enum Op, in the enum's order."""
     return [o for o in OPERATIONS if o.op]

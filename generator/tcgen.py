@@ -23,7 +23,7 @@ from catalogue import Catalogue, CatalogueError  # noqa: E402
 from keys import with_section  # noqa: E402
 
 
-def write_if_changed(path, text):
+def write_if_changed(path: str, text: str) -> None:
     os.makedirs(os.path.dirname(path), exist_ok=True)
     try:
         with open(path, encoding="utf-8") as f:
