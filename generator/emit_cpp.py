@@ -10,7 +10,7 @@ trace line is in core/src/Layout.h and the routines it declares.
 """
 
 from catalogue import Field, Indexed, Klass, is_raw
-from cpp import Head, Out, banner
+from cpp import Head, Out, opening
 from layout import ANY_VARIANT, Cell, ClassLayout, chip_groups, class_layout
 from operations import Form, Operation, Scope, fill, of_class, of_scope, value_parameter
 
@@ -39,12 +39,7 @@ def params_of(operation: Operation, named: bool = True) -> list[str]:
 # The header
 
 def header(k: Klass) -> str:
-    o = Out()
-    o.comment(banner(k.path))
-    o("#pragma once")
-    o()
-    o("#include <TesselCounters/AccessorBase.h>")
-    o()
+    o = opening(k.path, ["<TesselCounters/AccessorBase.h>"], header=True)
     o("namespace Hardware {")
     o()
     o(f"// The {kind_of(k)} {k.name} of block {k.block}.")
@@ -128,14 +123,8 @@ def declaration(o: Out, operation: Operation, v: dict) -> None:
 
 def source(k: Klass, chip_names: dict[int, str], equality_array_check: set[int]) -> str:
     layout = class_layout(k, equality_array_check)
-    o = Out()
-    o.comment(banner(k.path))
-    o(f"#include <Hardware/{k.name}.h>")
-    o("#include <TesselCounters/BlockMap.h>")
-    o()
-    o('#include "Accessors.h"')
-    o('#include "Layout.h"')
-    o()
+    o = opening(k.path, [f"<Hardware/{k.name}.h>", "<TesselCounters/BlockMap.h>"],
+                ['"Accessors.h"', '"Layout.h"'])
     o("namespace Hardware {")
     o()
     o("namespace tc = TesselCounters;")

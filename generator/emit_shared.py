@@ -8,7 +8,7 @@ import json
 import re
 
 from catalogue import TYPES, BlockCell, Catalogue, accessor_name, is_raw
-from cpp import Head, Out, banner, macro
+from cpp import Head, Out, macro, opening
 from emit_cpp import MACRO_PARAMS, accessor_macro, macro_params
 from layout import chip_groups
 from operations import Form, Operation, Scope, fill, of_scope, traced_ops, value_parameter
@@ -17,12 +17,7 @@ OPERATIONS_SOURCE = "generator/operations.py"
 
 
 def operations_header() -> str:
-    o = Out()
-    o.comment(banner(OPERATIONS_SOURCE))
-    o("#pragma once")
-    o()
-    o("#include <Hardware/Types.h>")
-    o()
+    o = opening(OPERATIONS_SOURCE, ["<Hardware/Types.h>"], header=True)
     o("namespace TesselCounters {")
     o()
     o("// The operations whose names appear in trace lines and fatal checks.")
@@ -56,12 +51,7 @@ def shape(operation: Operation) -> str:
 def shapes_header() -> str:
     """shapeOf, one arm per Op: a switch rather than an array, so that the
     shapes are constants of the code and need no relocated pointers."""
-    o = Out()
-    o.comment(banner(OPERATIONS_SOURCE))
-    o("#pragma once")
-    o()
-    o('#include "Fatal.h"')
-    o()
+    o = opening(OPERATIONS_SOURCE, ['"Fatal.h"'], header=True)
     o("namespace TesselCounters {")
     o()
     o("// The shape of each operation: name, result, parameters, item and flags.")
@@ -98,12 +88,10 @@ def pasted(pattern: str, names: dict) -> str:
 def accessor_macros(cat: Catalogue) -> str:
     """The macros that define the accessors of one field or indexed accessor
     of each type the catalogue uses, from the table of operations."""
-    o = Out()
-    o.comment(banner(OPERATIONS_SOURCE))
+    o = opening(OPERATIONS_SOURCE, header=True)
     o("// The accessors of one field or indexed accessor: TC_FIELD_U8(Class, item, Item, place)")
     o("// defines the accessors of field `item` (capitalised `Item`) of type U8, the field")
     o("// at `place` in the class's tables, as thin calls of the class's field operations.")
-    o("#pragma once")
     for scope, items in ((Scope.FIELD, [f for k in cat.classes for f in k.fields]),
                          (Scope.INDEXED, [ix for k in cat.classes for ix in k.indexed])):
         used = {item.type for item in items}
@@ -136,12 +124,7 @@ FIELD_IDS_SOURCE = "core/data/field_ids.toml"
 
 def field_ids_header(cat: Catalogue) -> str:
     ids = cat.ids.by_id
-    o = Out()
-    o.comment(banner(FIELD_IDS_SOURCE))
-    o("#pragma once")
-    o()
-    o("#include <Hardware/Types.h>")
-    o()
+    o = opening(FIELD_IDS_SOURCE, ["<Hardware/Types.h>"], header=True)
     o("namespace Hardware {")
     o()
     o("// Field identifiers: one numbering over all accessor classes, by hardware name.")
@@ -167,10 +150,7 @@ def field_ids_header(cat: Catalogue) -> str:
 
 def field_ids_source(cat: Catalogue) -> str:
     ids = cat.ids.by_id
-    o = Out()
-    o.comment(banner(FIELD_IDS_SOURCE))
-    o("#include <TesselCounters/FieldIds.h>")
-    o()
+    o = opening(FIELD_IDS_SOURCE, ["<TesselCounters/FieldIds.h>"])
     o("namespace Hardware {")
     o("namespace {")
     o()
@@ -219,12 +199,7 @@ BLOCK_PARAMS = "U32 chipType, U8 variant, U32 identifier, U32& subBlock, U32& bl
 
 
 def block_map_header(cat: Catalogue) -> str:
-    o = Out()
-    o.comment(banner(BLOCKS_SOURCE))
-    o("#pragma once")
-    o()
-    o("#include <Hardware/Types.h>")
-    o()
+    o = opening(BLOCKS_SOURCE, ["<Hardware/Types.h>"], header=True)
     o("namespace TesselCounters {")
     o()
     o("// S-channel block selection: (subBlock, block) of one instance of a hardware")
@@ -241,12 +216,7 @@ def block_map_header(cat: Catalogue) -> str:
 
 def block_map_source(cat: Catalogue) -> str:
     chip_names = cat.chips.names
-    o = Out()
-    o.comment(banner(BLOCKS_SOURCE))
-    o("#include <TesselCounters/BlockMap.h>")
-    o()
-    o('#include "AccessorImpl.h"')
-    o()
+    o = opening(BLOCKS_SOURCE, ["<TesselCounters/BlockMap.h>"], ['"AccessorImpl.h"'])
     o("namespace TesselCounters {")
     o("namespace BlockMap {")
     for b in cat.blocks.names:
@@ -342,8 +312,7 @@ def by_name(cat: Catalogue) -> list:
 
 
 def factory_entries(cat: Catalogue) -> str:
-    o = Out()
-    o.comment(banner(CATALOGUE_SOURCE))
+    o = opening(CATALOGUE_SOURCE)
     o("// One line per accessor class, in ASCII order of the class names.")
     for k in by_name(cat):
         o(f"TC_FACTORY_ENTRY({k.name})")
@@ -359,15 +328,8 @@ def factory_makers(chunk: list) -> str:
     """The factory's maker and validity test of some classes: what the maps
     hold. Kept apart from the maps, a few classes to a unit, so that no one
     unit instantiates the shared pointers of the whole catalogue."""
-    o = Out()
-    o.comment(banner(CATALOGUE_SOURCE))
-    for k in chunk:
-        o(f"#include <Hardware/{k.name}.h>")
-    o()
-    o("#include <memory>")
-    o()
-    o('#include "FactoryMakers.h"')
-    o()
+    o = opening(CATALOGUE_SOURCE, [f"<Hardware/{k.name}.h>" for k in chunk], ["<memory>"],
+                ['"FactoryMakers.h"'])
     o("namespace TesselCounters {")
     maker = ["Hardware::ChipType chipType", "U8 variant"]
     for k in chunk:
@@ -382,12 +344,7 @@ def factory_makers(chunk: list) -> str:
 
 
 def class_list_source(cat: Catalogue) -> str:
-    o = Out()
-    o.comment(banner(CATALOGUE_SOURCE))
-    o("#include <TesselCounters/Classes.h>")
-    o()
-    o('#include "Layout.h"')
-    o()
+    o = opening(CATALOGUE_SOURCE, ["<TesselCounters/Classes.h>"], ['"Layout.h"'])
     o("namespace Hardware {")
     o("namespace {")
     o.braced("const char* const kNames[] = ", [f'"{k.name}"' for k in by_name(cat)])
@@ -425,12 +382,7 @@ def description_source(cat: Catalogue, version: str) -> str:
     and fields; and the library's version."""
     chip_names = cat.chips.names
     classes = by_name(cat)
-    o = Out()
-    o.comment(banner(CATALOGUE_SOURCE))
-    o("#include <TesselCounters/Description.h>")
-    o()
-    o("#include <cstring>")
-    o()
+    o = opening(CATALOGUE_SOURCE, ["<TesselCounters/Description.h>"], ["<cstring>"])
     o("namespace Hardware {")
     o("namespace {")
     o()
@@ -488,16 +440,13 @@ def description_lookups(o: Out) -> None:
 
 
 def umbrella(cat: Catalogue) -> str:
-    o = Out()
-    o.comment(banner(CATALOGUE_SOURCE))
-    o("// Every public name of the library: the platform types, the core, and all")
-    o("// accessor classes.")
-    o("#pragma once")
-    o()
     headers = ["Fennel/Slab.h", "Larch/Allocator.h", "TesselCounters/AccessorBase.h",
                "TesselCounters/BlockMap.h", "TesselCounters/Classes.h",
                "TesselCounters/Description.h", "TesselCounters/Factory.h",
                "TesselCounters/FieldIds.h"] + [f"Hardware/{k.name}.h" for k in cat.classes]
+    o = opening(CATALOGUE_SOURCE, header=True)
+    o("// Every public name of the library: the platform types, the core, and all")
+    o("// accessor classes.")
     for header in sorted(headers):
         o(f"#include <{header}>")
     return o.text()
