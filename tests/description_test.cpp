@@ -64,7 +64,7 @@ TEST(Description, ClassesAreTheFactorysNamesInAsciiOrderAndFoundByName) {
   EXPECT_EQ(Hardware::findClassDescription(""), nullptr);
 }
 
-// For each class, every chip and variant byte: valid exactly where listed.
+// For each class, every variant byte of every chip: valid exactly where listed.
 TEST(Description, PairsAreExactlyTheValidChipsAndVariants) {
   const auto& d = description();
   std::size_t pairs = 0;
@@ -82,12 +82,17 @@ TEST(Description, PairsAreExactlyTheValidChipsAndVariants) {
       }
       listed.insert(key);
     }
-    for (unsigned chip = 0; chip < 256; ++chip)
-      for (unsigned v = 0; v < 256; ++v)
+    // Every variant of every named chip; a listed pair is on a named chip.
+    for (U32 k = 0; k < description().chipCount; ++k)
+      for (unsigned v = 0; v < 256; ++v) {
+        const unsigned chip = tc::num(description().chips[k].chip);
         ASSERT_EQ(listed.count({chip, v}) == 1,
                   Hardware::chipTypeVariantValid(c.name, static_cast<Hardware::ChipType>(chip),
                                                  static_cast<U8>(v)))
             << c.name << " chip " << chip << " variant " << v;
+      }
+    for (const auto& [chip, v] : listed)
+      ASSERT_NE(Hardware::chipTypeName(static_cast<Hardware::ChipType>(chip)), nullptr) << c.name;
     // What the variants stand for is said exactly where there are such.
     EXPECT_EQ(several, std::strlen(c.variants) > 0) << c.name;
     EXPECT_EQ(std::strchr(c.variants, '\n'), nullptr) << c.name;
