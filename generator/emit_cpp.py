@@ -215,7 +215,8 @@ def row_switch(o: Out, layout: ClassLayout, chip_names: dict[int, str]) -> None:
     o("}")
     if one_variant:
         v = variants.pop()
-        o(f"return row < 0 || variant == {v} ? row : tc::noRowBut({v});")
+        # The variant first: then the row's sign is tested once on the way.
+        o(f"return variant == {v} || row < 0 ? row : tc::noRowBut({v});")
     o.dedent()
     o("}")
     o()
@@ -270,6 +271,15 @@ def fields(o: Out, k: Klass, layout: ClassLayout) -> None:
         comments[len(items) - 1] = f.name
     o.braced("constexpr tc::Cell kCells[] = ", items, comments)
     o()
+    o("// The window of each cell, filled by the compiler (tc::fillWindows).")
+    o("struct Windows {")
+    o("  tc::Window window[sizeof(kCells) / sizeof(kCells[0])];")
+    o("  constexpr Windows() : window() {")
+    o("    tc::fillWindows(kCells, kRows, kFieldCount, sizeof(kRows) / sizeof(kRows[0]), window);")
+    o("  }")
+    o("};")
+    o("constexpr Windows kWindows;")
+    o()
 
 
 def field_switch(o: Out, k: Klass) -> None:
@@ -310,6 +320,7 @@ def class_info(o: Out, k: Klass, layout: ClassLayout) -> None:
         ("kFieldCount", "fieldCount"),
         ("kFields", "fields"),
         ("kCells", "cells"),
+        ("kWindows.window", "windows"),
         ("fieldOf", "fieldOf"),
         ("kIndexed" if k.indexed else "nullptr", "indexed"),
         (f"TesselCounters::BlockMap::{k.block}", "block"),

@@ -230,4 +230,47 @@ TEST(Boundaries, IndexedAccessorsStopAtTheFirstIndexPastTheirBound) {
   EXPECT_TRUE(shared.unchanged());
 }
 
+// In a buffer that just holds a field, the field reads and writes exactly its
+// bits, and no byte past the buffer is read into the value or written: the
+// one-load paths, which read bytes around the field, stop at the buffer's end.
+TEST(Boundaries, AFieldInTheShortestBufferThatHoldsIt) {
+  unsigned seed = 0, fields = 0;
+  for (const auto& [cls, make] : makers()) {
+    const FirstPair p = firstPair(cls);
+    std::vector<U8> probe(4096);
+    auto full = make(p.chip, probe.data(), 4096, p.variant);
+    for (U32 id = FieldIds::kFirst; id <= FieldIds::kLast; ++id) {
+      if (!full->isFieldValid(id)) continue;
+      const U16 offset = full->fieldOffset(id);
+      const U16 width = full->fieldWidth(id);
+      const U16 need = static_cast<U16>((offset + width + 7) / 8);
+      const char* name = fieldIdAccessorName(id);
+      SCOPED_TRACE(cls + "::" + name);
+      // The bytes past the buffer are the complement of what the field's
+      // last byte holds, so that a read of them shows in the value.
+      std::vector<U8> buf = tc::randomBytes(need + 16u, ++seed);
+      std::fill(buf.begin() + need, buf.end(), static_cast<U8>(~buf[need - 1u]));
+      const std::vector<U8> before = buf;
+      auto o = make(p.chip, buf.data(), need, p.variant);
+      for (U16 word = 0; 64 * word < width; ++word) {
+        U64 expect = 0;
+        for (unsigned i = 0; i < 64 && 64u * word + i < width; ++i)
+          if (tc::bitOf(before, offset + 64u * word + i)) expect |= U64{1} << i;
+        EXPECT_EQ(expect, o->stringField(name, word)) << "word " << word;
+      }
+      if (width <= 64) {
+        const U64 max = width == 64 ? ~U64{0} : (U64{1} << width) - 1;
+        for (const U64 value : {max, U64{0}}) {
+          o->setField64(id, value);
+          EXPECT_EQ(0u, tc::changedOutside(before, buf, offset, width));
+          for (unsigned b = offset; b < offset + width; ++b)
+            ASSERT_EQ(value != 0, tc::bitOf(buf, b)) << "bit " << b;
+        }
+      }
+      ++fields;
+    }
+  }
+  EXPECT_GT(fields, 1000u);
+}
+
 }  // namespace

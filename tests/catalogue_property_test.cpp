@@ -119,27 +119,32 @@ TEST(EveryClass, FieldsMasksIdentifiersAndInstances) {
 // the class, over random bytes: exactly the field's bits change.
 template <typename C, typename R>
 void checkRawWrites(const char* cls, U32 id, void (C::*set)(const R&), R (C::*get)() const) {
-  for (const Pair& p : pairsOf(cls)) {
-    SCOPED_TRACE(std::string(cls) + " chip " + std::to_string(tc::num(p.chip)) + " variant " +
-                 std::to_string(p.variant));
-    std::vector<U8> buf = tc::randomBytes(256, tc::num(p.chip) * 256 + p.variant);
-    const std::vector<U8> before = buf;
-    C o(p.chip, buf.data(), static_cast<U16>(buf.size()), false, p.variant);
-    if (!o.isFieldValid(id)) continue;
-    const U16 offset = o.fieldOffset(id);
-    const U16 width = o.fieldWidth(id);
-    R ones;
-    ones.fill(0xff);
-    (o.*set)(ones);
-    EXPECT_EQ(0u, tc::changedOutside(before, buf, offset, width));
-    for (unsigned b = offset; b < offset + width; ++b) ASSERT_TRUE(tc::bitOf(buf, b)) << b;
-    const R read = (o.*get)();
-    for (unsigned b = 0; b < 8 * read.size(); ++b)
-      ASSERT_EQ(b < width, static_cast<bool>((read[b / 8] >> (b % 8)) & 1)) << b;
-    (o.*set)(R{});
-    EXPECT_EQ(0u, tc::changedOutside(before, buf, offset, width));
-    for (unsigned b = offset; b < offset + width; ++b) ASSERT_FALSE(tc::bitOf(buf, b)) << b;
-  }
+  // Over a buffer of 256 bytes, and over one that ends with the field's last
+  // byte, where the bytes after it stay as they were.
+  for (const Pair& p : pairsOf(cls))
+    for (const bool shortest : {false, true}) {
+      SCOPED_TRACE(std::string(cls) + " chip " + std::to_string(tc::num(p.chip)) + " variant " +
+                   std::to_string(p.variant) + (shortest ? ", shortest buffer" : ""));
+      std::vector<U8> buf = tc::randomBytes(256, tc::num(p.chip) * 256 + p.variant);
+      const std::vector<U8> before = buf;
+      const C probe(p.chip, buf.data(), static_cast<U16>(buf.size()), false, p.variant);
+      if (!probe.isFieldValid(id)) continue;
+      const U16 offset = probe.fieldOffset(id);
+      const U16 width = probe.fieldWidth(id);
+      const U16 len = shortest ? static_cast<U16>((offset + width + 7) / 8) : U16{256};
+      C o(p.chip, buf.data(), len, false, p.variant);
+      R ones;
+      ones.fill(0xff);
+      (o.*set)(ones);
+      EXPECT_EQ(0u, tc::changedOutside(before, buf, offset, width));
+      for (unsigned b = offset; b < offset + width; ++b) ASSERT_TRUE(tc::bitOf(buf, b)) << b;
+      const R read = (o.*get)();
+      for (unsigned b = 0; b < 8 * read.size(); ++b)
+        ASSERT_EQ(b < width, static_cast<bool>((read[b / 8] >> (b % 8)) & 1)) << b;
+      (o.*set)(R{});
+      EXPECT_EQ(0u, tc::changedOutside(before, buf, offset, width));
+      for (unsigned b = offset; b < offset + width; ++b) ASSERT_FALSE(tc::bitOf(buf, b)) << b;
+    }
 }
 
 TEST(EveryClass, RawFieldsThroughTheirTypedAccessors) {

@@ -14,6 +14,8 @@
 
 #include <Orrery/Bits.h>
 
+#include <cstring>
+
 #include "AccessorImpl.h"
 #include "Operations.h"  // enum class Op, generated from generator/operations.py
 
@@ -50,6 +52,22 @@ constexpr Cell onlyOn(U16 variant) {
 inline unsigned cellBytes(Cell cell) {
   return (static_cast<unsigned>(cell.offset) + cell.width + 7) / 8;
 }
+
+// Where a field of up to 64 bits that lies within 8 bytes of its first bit's
+// byte is read and written in one load: the 8 bytes of the row's entry from
+// that byte, or its last 8 where fewer follow (4 in an entry of one word).
+// A getter or setter loads `need - start` bytes at byte `start` of the
+// buffer and finds the field at bit `shift` of them, where the buffer has at
+// least `need` bytes; kNever where there is no such window (the field absent
+// or wider), and in a shorter buffer, the access takes the checks one by one.
+struct Window {
+  U32 need;
+  U16 start;
+  U8 shift;
+  U8 width;
+};
+
+constexpr U32 kNever = 0xffffffff;
 
 // The answers of one group of chips and variants with the same layout.
 struct Row {
@@ -124,6 +142,7 @@ struct ClassInfo {
   U16 fieldCount;
   const Field* fields;
   const Cell* cells;  // fieldCount x rowCount, field by field
+  const Window* windows;  // the same, the window of each cell
   int (*fieldOf)(U32 id);  // index in fields, -1 for an identifier the class lacks
   const Indexed* indexed;
   BlockFunction block;
@@ -154,6 +173,27 @@ constexpr void fillNameSlots(const Field* fields, unsigned fieldCount, U16* slot
     while (slots[slot] != 0) slot = (slot + 1) & (slotCount - 1);
     slots[slot] = static_cast<U16>(field + 1);
   }
+}
+
+// The window of a cell on a row of `rowBytes` bytes, at compile time.
+constexpr Window windowOf(Cell cell, unsigned rowBytes) {
+  if (cell.width == 0 || (cell.offset & 7) + cell.width > 64 || rowBytes < 4)
+    return Window{kNever, 0, 0, 0};
+  const unsigned bytes = rowBytes >= 8 ? 8 : 4;
+  const unsigned first = cell.offset >> 3;
+  const unsigned start = first + bytes <= rowBytes ? first : rowBytes - bytes;
+  return Window{start + bytes, static_cast<U16>(start), static_cast<U8>(cell.offset - 8 * start),
+                static_cast<U8>(cell.width)};
+}
+
+// Fills the windows of a class's cells (fieldCount x rowCount, field by
+// field), at compile time.
+constexpr void fillWindows(const Cell* cells, const Row* rows, unsigned fieldCount,
+                           unsigned rowCount, Window* windows) {
+  for (unsigned field = 0; field < fieldCount; ++field)
+    for (unsigned row = 0; row < rowCount; ++row)
+      windows[field * rowCount + row] =
+          windowOf(cells[field * rowCount + row], 4u * rows[row].width);
 }
 
 // The name of a chip of the catalogue ("BCM88690_B0"), nullptr for another number.
@@ -237,38 +277,121 @@ TC_INLINE const Row& row(const ClassInfo& k, Op op, bool traced, U32 chipType, U
   return rowChecked(k, op, chipType, variant);
 }
 
+// The bytes of a window, as a number.
+TC_INLINE U64 loadWindow(const U8* buf, Window w) {
+  if (w.need - w.start == 8) {
+    U64 word;
+    std::memcpy(&word, buf + w.start, 8);
+    return word;
+  }
+  U32 word;
+  std::memcpy(&word, buf + w.start, 4);
+  return word;
+}
+
+TC_INLINE void storeWindow(U8* buf, Window w, U64 word) {
+  if (w.need - w.start == 8) {
+    std::memcpy(buf + w.start, &word, 8);
+  } else {
+    const U32 low = static_cast<U32>(word);
+    std::memcpy(buf + w.start, &low, 4);
+  }
+}
+
 // F() of a field of up to 64 bits, zero-extended.
 TC_INLINE U64 get(const ClassInfo& k, int field, const Orrery::AsicBase& self) {
-  const Cell cell = cellOf(k, field, k.rowOf(self.chipType(), self.variant()));
-  if (cell.width != 0 && (cell.offset & 7) + cell.width <= 64 && self.len() >= cellBytes(cell) &&
-      !TC_TRACE_ON(8)) {
-    U64 result = 0;
-    Detail::copyBits(reinterpret_cast<U8*>(&result), sizeof(result), self.buf(), self.len(),
-                     cell.width, 0, cell.offset);
-    return result;
+  const int r = k.rowOf(self.chipType(), self.variant());
+  if (r >= 0) {
+    const Window w = k.windows[field * k.rowCount + r];
+    if (self.len() >= w.need && !TC_TRACE_ON(8))
+      return loadWindow(self.buf(), w) >> w.shift & (~U64{0} >> (64 - w.width));
   }
   return getChecked(k, field, self);
 }
 
 // FIs(value) of a field of up to 64 bits.
 TC_INLINE void set(const ClassInfo& k, int field, Orrery::AsicBase& self, U64 value) {
-  const Cell cell = cellOf(k, field, k.rowOf(self.chipType(), self.variant()));
-  if (cell.width != 0 && (cell.offset & 7) + cell.width <= 64 && self.len() >= cellBytes(cell) &&
-      valueFits(cell.width, value) && !TC_TRACE_ON(8)) {
-    Detail::copyBits(self.buf(), self.len(), reinterpret_cast<const U8*>(&value), sizeof(value),
-                     cell.width, cell.offset, 0);
-    return;
+  const int r = k.rowOf(self.chipType(), self.variant());
+  if (r >= 0) {
+    const Window w = k.windows[field * k.rowCount + r];
+    if (self.len() >= w.need && valueFits(w.width, value) && !TC_TRACE_ON(8)) {
+      const U64 mask = (~U64{0} >> (64 - w.width)) << w.shift;
+      const U64 word = loadWindow(self.buf(), w);
+      storeWindow(self.buf(), w, (word & ~mask) | (value << w.shift & mask));
+      return;
+    }
   }
   setChecked(k, field, self, value);
 }
 
+// A field of up to 128 bits that lies within the 16 bytes from its first
+// bit's byte, where the buffer has them: read or written as two words.
+TC_INLINE bool inTwoWords(Cell cell, unsigned len) {
+  return (cell.offset & 7) + cell.width <= 128 && (cell.offset >> 3) + 16u <= len;
+}
+
+TC_INLINE U64 lowWord(const U8* p) {
+  U64 word;
+  std::memcpy(&word, p, 8);
+  return word;
+}
+
+// The low n bits of a pair of words set (0 < n <= 128): low word, high word.
+TC_INLINE void lowBits128(unsigned n, U64& low, U64& high) {
+  low = n >= 64 ? ~U64{0} : ~U64{0} >> (64 - n);
+  high = n <= 64 ? 0 : ~U64{0} >> (128 - n);
+}
+
+// Words low, high shifted up by s < 8 bits.
+TC_INLINE void shiftUp(unsigned s, U64& low, U64& high) {
+  if (s == 0) return;
+  high = high << s | low >> (64 - s);
+  low <<= s;
+}
+
+TC_INLINE void readTwoWords(const U8* buf, Cell cell, U8* value) {
+  const unsigned s = cell.offset & 7;
+  const U8* p = buf + (cell.offset >> 3);
+  U64 low = lowWord(p), high = lowWord(p + 8);
+  if (s != 0) {
+    low = low >> s | high << (64 - s);
+    high >>= s;
+  }
+  U64 maskLow, maskHigh;
+  lowBits128(cell.width, maskLow, maskHigh);
+  low &= maskLow;
+  high &= maskHigh;
+  std::memcpy(value, &low, 8);
+  std::memcpy(value + 8, &high, 8);
+}
+
+TC_INLINE void writeTwoWords(U8* buf, Cell cell, const U8* value) {
+  const unsigned s = cell.offset & 7;
+  U8* p = buf + (cell.offset >> 3);
+  U64 maskLow, maskHigh;
+  lowBits128(cell.width, maskLow, maskHigh);
+  U64 low = lowWord(value) & maskLow, high = lowWord(value + 8) & maskHigh;
+  shiftUp(s, low, high);
+  shiftUp(s, maskLow, maskHigh);
+  low |= lowWord(p) & ~maskLow;
+  high |= lowWord(p + 8) & ~maskHigh;
+  std::memcpy(p, &low, 8);
+  std::memcpy(p + 8, &high, 8);
+}
+
 // F() and FIs(value) of a field wider than 64 bits; `value` has the bytes of
-// the field's type.
+// the field's type. A Raw128 field whose 16 bytes the buffer holds goes as
+// two words, any other a word of the value at a time.
 TC_INLINE void getRaw(const ClassInfo& k, int field, const Orrery::AsicBase& self, U8* value) {
   const Cell cell = cellOf(k, field, k.rowOf(self.chipType(), self.variant()));
   if (cell.width != 0 && self.len() >= cellBytes(cell) && !TC_TRACE_ON(8)) {
-    Detail::copyBits(value, static_cast<int>(typeBytes(k.fields[field].type)), self.buf(),
-                     self.len(), cell.width, 0, cell.offset);
+    const FieldType type = k.fields[field].type;
+    if (type == FieldType::Raw128 && inTwoWords(cell, self.len())) {
+      readTwoWords(self.buf(), cell, value);
+      return;
+    }
+    Detail::copyBits(value, static_cast<int>(typeBytes(type)), self.buf(), self.len(), cell.width,
+                     0, cell.offset);
     return;
   }
   getRawChecked(k, field, self, value);
@@ -277,9 +400,13 @@ TC_INLINE void getRaw(const ClassInfo& k, int field, const Orrery::AsicBase& sel
 TC_INLINE void setRaw(const ClassInfo& k, int field, Orrery::AsicBase& self, const U8* value) {
   const Cell cell = cellOf(k, field, k.rowOf(self.chipType(), self.variant()));
   if (cell.width != 0 && self.len() >= cellBytes(cell) && !TC_TRACE_ON(8)) {
-    Detail::copyBits(self.buf(), self.len(), value,
-                     static_cast<int>(typeBytes(k.fields[field].type)), cell.width, cell.offset,
-                     0);
+    const FieldType type = k.fields[field].type;
+    if (type == FieldType::Raw128 && inTwoWords(cell, self.len())) {
+      writeTwoWords(self.buf(), cell, value);
+      return;
+    }
+    Detail::copyBits(self.buf(), self.len(), value, static_cast<int>(typeBytes(type)), cell.width,
+                     cell.offset, 0);
     return;
   }
   setRawChecked(k, field, self, value);
