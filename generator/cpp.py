@@ -93,13 +93,13 @@ def best_layout(column: int, head: Head, items: list[str], close: str) -> list[s
     if close.endswith(" {}") and len(found) > 1:
         found += [(BREAK_BEFORE_CLOSE + penalty, lines + [" " * column + "}"])
                   for penalty, lines in layouts(column, head, items, close[:-1])]
-    best = None
-    for penalty, lines in found:
-        if all(len(line) <= COLUMNS for line in lines) and (best is None or penalty < best[0]):
-            best = (penalty, lines)
-    if best is None:
-        raise ValueError(f"no layout fits: {head.text()}{', '.join(items)}{close}")
-    return best[1]
+    # Where a name is too long for any layout to fit, the one whose longest
+    # line is shortest: clang-format too leaves a line over the limit then.
+    def cost(layout: tuple[int, list[str]]) -> tuple[int, int]:
+        penalty, lines = layout
+        return max(0, max(len(line) for line in lines) - COLUMNS), penalty
+
+    return min(found, key=cost)[1]
 
 
 def split_call(statement: str) -> tuple[Head, list[str], str] | None:
@@ -145,8 +145,8 @@ def statement_lines(column: int, statement: str) -> list[str]:
     if statement.endswith(" {}") and column + len(statement) - 1 <= COLUMNS:
         return [" " * column + statement[:-1], " " * column + "}"]
     call = split_call(statement)
-    if call is None:
-        raise ValueError(f"too long and no call to wrap: {statement}")
+    if call is None:  # nothing to wrap at: left long, as clang-format leaves it
+        return [" " * column + statement]
     return best_layout(column, *call)
 
 
