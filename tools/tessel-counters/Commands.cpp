@@ -401,8 +401,7 @@ int cmdAddress(const Args& a) {
       rows.push_back({std::to_string(r.instance), std::to_string(r.element)});
       if (memory) rows.back().push_back(rangeText(0, entries - 1));
       rows.back().push_back(rangeText(r.first, r.last));
-      rows.back().push_back(r.first == r.last ? hexFirst
-                                              : std::string(hexFirst) + ".." + hexLast);
+      rows.back().push_back(r.first == r.last ? hexFirst : std::string(hexFirst) + ".." + hexLast);
       rows.back().push_back(std::to_string(r.subBlock));
       rows.back().push_back(std::to_string(r.block));
     }
