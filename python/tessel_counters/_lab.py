@@ -21,6 +21,7 @@ class Chip:
     through `backend`."""
 
     def __init__(self, chip, backend):
+        """The chip by name or number; backend with read() and write()."""
         for method in ("read", "write"):
             if not callable(getattr(backend, method, None)):
                 raise TypeError(f"backend must have a method {method}(), as MemoryBackend has; "
@@ -35,6 +36,7 @@ class Chip:
         return Register(self, class_name, instance, element, entry, variant)
 
     def __repr__(self):
+        """What it is, in one line."""
         return f"<Chip {self.name} through {self.backend!r}>"
 
 
@@ -46,6 +48,7 @@ class Register:
     __slots__ = ("_chip", "_empty", "_where")
 
     def __init__(self, chip, class_name, instance=0, element=0, entry=0, variant=None):
+        """As Chip.register: the address is asked of the library, every index checked."""
         if not isinstance(chip, Chip):
             raise TypeError(f"chip must be a Chip, not {type(chip).__name__}")
         empty = _native.Accessor(class_name, chip.name, variant)
@@ -70,6 +73,7 @@ class Register:
         return self._where[2]
 
     def _open(self, data=None, words=False):
+        """An accessor of the entry's class, chip and variant, of the class's own type."""
         from . import open as open_accessor
         e = self._empty
         return open_accessor(e.class_name, e.chip, e.variant, data, words=words)
@@ -112,21 +116,26 @@ class Register:
         self.write(value)
 
     def __getattr__(self, name):
+        """A field's value: the entry is read."""
         if name.startswith("__"):
             raise AttributeError(name)
         return self.read()[name]
 
     def __setattr__(self, name, value):
+        """Writes a field: one read-modify-write."""
         self.modify(**{name: value})
 
     def __delattr__(self, name):
+        """Refused: a field always holds a value."""
         raise TypeError(f"the field {name} can't be deleted: every field of an entry holds a "
                         "value; set it to 0")
 
     def __dir__(self):
+        """Attributes and the fields of the entry."""
         return [*object.__dir__(self), *self._empty.keys()]
 
     def __repr__(self):
+        """What it is, in one line."""
         e = self._empty
         return (f"<Register {e.class_name} on {e.chip} variant {e.variant} at block {self.block} "
                 f"sub-block {self.sub_block} address {self.address:#x}>")
@@ -138,6 +147,7 @@ class MemoryBackend:
     every access as ('read' or 'write', block, sub_block, address, words)."""
 
     def __init__(self):
+        """An empty register space: every entry reads zero."""
         self.entries = {}
         self.log = []
 
@@ -179,5 +189,6 @@ class MemoryBackend:
             self.entries[(row["block"], row["subBlock"], row["address"])] = row["words"]
 
     def __repr__(self):
+        """What it is, in one line."""
         return f"<MemoryBackend of {len(self.entries)} entries>"
 

@@ -100,15 +100,6 @@ def test_no_object_in_any_state_ends_the_interpreter(obj):
             bytes(obj)
 
 
-@pytest.mark.parametrize("obj", unmade() + [after_failures(), 5, None])
-def test_no_object_in_any_state_ends_the_interpreter(obj):
-    assert call_everything(obj) > 500
-    if isinstance(obj, tc.Accessor) and obj.__class__.__repr__(obj).endswith("initialised>"):
-        assert len(memoryview(obj)) == 0 and memoryview(obj).readonly
-        with pytest.raises(TypeError, match="never initialised; make one with"):
-            bytes(obj)
-
-
 def test_an_accessor_after_failed_calls_keeps_its_bytes():
     assert bytes(after_failures()) == bytes(range(32))
 
