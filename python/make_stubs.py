@@ -35,7 +35,7 @@ class FieldError(KeyError, AttributeError): ...
 class Accessor:
     """@doc(Accessor)"""
     def __init__(self, class_name: str, chip: _ChipId, variant: Optional[SupportsIndex] = None,
-                 data: Optional[Data] = None, *, words: bool = False) -> None: ...
+                 data: Optional[_Data] = None, *, words: bool = False) -> None: ...
     @property
     def class_name(self) -> str:
         """@doc(Accessor.class_name)"""
@@ -177,7 +177,7 @@ def dump_line(block: SupportsIndex, sub_block: Optional[SupportsIndex], address:
 
 OPEN = '''@overload
 def open(class_name: {name}, chip: _ChipId, variant: Optional[SupportsIndex] = None,
-         data: Optional[Data] = None, *, words: bool = False) -> {result}:
+         data: Optional[_Data] = None, *, words: bool = False) -> {result}:
     """{doc}"""
 '''
 
@@ -237,7 +237,7 @@ def class_stub(cls, info, comments):
     text = "\n    ".join(head.splitlines() + ["", f"A {info['kind']} on {where}."])
     lines = [f"class {cls}(Accessor):", f'    """{text}"""',
              "    def __init__(self, chip: _ChipId, variant: Optional[SupportsIndex] = None,",
-             "                 data: Optional[Data] = None, *, words: bool = False) -> None: ..."]
+             "                 data: Optional[_Data] = None, *, words: bool = False) -> None: ..."]
     for name, (hw, lo, hi) in class_fields(cls, info["variants"]).items():
         span = str(hi) if lo == hi else f"{lo} to {hi}"
         text = f"{hw}, {span} bit{'s' if hi > 1 else ''}"
