@@ -155,6 +155,9 @@ def address(class_name: str, chip: _ChipId, variant: Optional[SupportsIndex] = N
 def locate(chip: _ChipId, block: SupportsIndex, address: SupportsIndex,
            sub_block: Optional[SupportsIndex] = None) -> List[Dict[str, Any]]:
     """@doc(locate)"""
+def block_map(chip: _ChipId, block: SupportsIndex,
+              sub_block: Optional[SupportsIndex] = None) -> Dict[str, Any]:
+    """@doc(block_map)"""
 def search(pattern: str, chip: Optional[_ChipId] = None) -> Dict[str, Any]:
     """@doc(search)"""
 def diff(chip: _ChipId, to: _ChipId, class_name: Optional[str] = None,

@@ -692,6 +692,18 @@ PYBIND11_MODULE(_native, m) {
         "What lies at an S-channel address of the chip (name or number): a list of dicts with\n"
         "'class', 'variants', 'instance', 'subBlock', 'arrayElement' and 'tableEntry', as\n"
         "tessel-counters locate --json lists them; empty where nothing of the catalogue lies.");
+  m.def(
+      "block_map",
+      [](const py::object& chip, const py::object& block, const py::object& subBlock) {
+        std::vector<std::string> args = {"locate", "--chip", chipText(chip), "--block",
+                                         intText(block, "block")};
+        optional(args, "--sub-block", subBlock,
+                 [](const py::handle& v) { return intText(v, "sub_block"); });
+        return toolJson(args, false);
+      },
+      py::arg("chip"), py::arg("block"), py::arg("sub_block") = none,
+      "The whole map of a block, as tessel-counters locate --json without ADDRESS gives it:\n"
+      "'ranges', every range of addresses in order with what lies there.");
   m.def("search", &search, py::arg("pattern"), py::arg("chip") = none,
         "Classes and fields by name, as tessel-counters search --json: a part of a name in any\n"
         "case, or a glob with * and ? over the whole name.");

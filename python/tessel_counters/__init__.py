@@ -7,9 +7,9 @@ Each accessor class of the library is a class here (tessel_counters.CrpsEngineCf
 a subclass of Accessor, which open() gives.
 """
 
-from ._native import (Accessor, FieldError, __version__, address, chips, classes, decode,
-                      describe, diff, dump_decode, dump_diff, dump_line, dump_list, encode,
-                      locate, read_dump, search)
+from ._native import (Accessor, FieldError, __version__, address, block_map, chips, classes,
+                      decode, describe, diff, dump_decode, dump_diff, dump_line, dump_list,
+                      encode, locate, read_dump, search)
 from ._lab import Chip, MemoryBackend, Register
 
 
@@ -40,6 +40,6 @@ def open(class_name, chip, variant=None, data=None, *, words=False):  # noqa: A0
 
 
 __all__ = ["Accessor", "Chip", "FieldError", "MemoryBackend", "Register", "__version__", "address",
-           "chips", "classes", "decode", "describe", "diff", "dump_decode", "dump_diff",
+           "block_map", "chips", "classes", "decode", "describe", "diff", "dump_decode", "dump_diff",
            "dump_line", "dump_list", "encode", "locate", "open", "read_dump", "search",
            *_CLASSES]

@@ -222,6 +222,8 @@ def test_answers_equal_the_tools():
     for args in [("CrpsModulesrcCfg",), ()]:
         assert tc.diff(10, "BCM88860_A0", *args) == \
             json.loads(tool("diff", *args, "--chip", "10", "--to", "BCM88860_A0", "--json"))
+    assert tc.block_map("BCM88860_A0", 617, sub_block=0) == \
+        json.loads(tool("locate", "--chip", "17", "--block", "617", "--sub-block", "0", "--json"))
     data = bytes(range(1, 45))
     assert tc.decode(E, 17, data, full=True) == json.loads(tool("decode", E, "--chip", "17",
                                                                 data.hex(), "--json"))
