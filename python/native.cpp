@@ -49,6 +49,12 @@ Target& live(py::handle self) {
       "chip)");
 }
 
+// A method of the Accessor: f over the object behind self.
+template <typename R>
+auto onLive(R (*f)(const Target&)) {
+  return [f](py::handle self) { return f(live(self)); };
+}
+
 // An integer argument (anything with __index__) as decimal text; anything
 // else is a TypeError.
 std::string intText(const py::handle& value, const std::string& what) {
@@ -505,9 +511,8 @@ void defineAccessor(py::module_& m) {
       .def(
           "__iter__", [](py::handle t) { return py::iter(fieldNames(live(t))); },
           "The accessor names of the fields valid here.")
-      .def(
-          "keys", [](py::handle t) { return fieldNames(live(t)); },
-          "The accessor names of the fields valid on this chip and variant.")
+      .def("keys", onLive(&fieldNames),
+           "The accessor names of the fields valid on this chip and variant.")
       .def(
           "values", [](py::handle t) { return fields(live(t)).attr("values")(); },
           "The fields' values, in the order of keys().")
@@ -522,9 +527,7 @@ void defineAccessor(py::module_& m) {
           },
           py::arg("name"), py::arg("default") = none,
           "A field's value, or default where the name is no field here.")
-      .def(
-          "__bytes__", [](py::handle t) { return entry(live(t)); },
-          "The entry's bytes, byte 0 first.")
+      .def("__bytes__", onLive(&entry), "The entry's bytes, byte 0 first.")
       .def(
           "__len__", [](py::handle t) { return live(t).entryBytes(); },
           "The entry's size in bytes.")
@@ -581,26 +584,20 @@ void defineAccessor(py::module_& m) {
                    (set.empty() ? " all fields 0" : set) + ">";
           },
           "Class, chip, variant and every field that is not 0.")
-      .def(
-          "fields", [](py::handle t) { return fields(live(t)); },
-          "Every field valid on this chip and variant: accessor name -> value.")
-      .def(
-          "words", [](py::handle t) { return words(live(t)); },
-          "The entry's 32-bit words, word 0 (bits 0..31) first, as ints.")
-      .def(
-          "layout", [](py::handle t) { return layout(live(t)); },
-          "Every field valid here: accessor name -> hardwareName, id, offset, width (bits) and\n"
-          "viewOf, the narrowest field whose bits hold all of this one's (None if none).")
+      .def("fields", onLive(&fields),
+           "Every field valid on this chip and variant: accessor name -> value.")
+      .def("words", onLive(&words), "The entry's 32-bit words, word 0 (bits 0..31) first, as ints.")
+      .def("layout", onLive(&layout),
+           "Every field valid here: accessor name -> hardwareName, id, offset, width (bits) and\n"
+           "viewOf, the narrowest field whose bits hold all of this one's (None if none).")
       .def(
           "hex", [](py::handle t, const py::args& sep) { return entry(live(t)).attr("hex")(*sep); },
           "The entry's bytes in hex, byte 0 first, as bytes.hex().")
-      .def(
-          "describe", [](py::handle t) { return describe(live(t)); },
-          "Geometry, instances and fields, as tessel-counters describe --json.")
-      .def(
-          "decoded", [](py::handle t) { return decoded(live(t)); },
-          "The entry as tessel-counters decode --json gives it: every field with its bits,\n"
-          "value, viewOf and overlaps, and strayBits, set bits that lie in no field.")
+      .def("describe", onLive(&describe),
+           "Geometry, instances and fields, as tessel-counters describe --json.")
+      .def("decoded", onLive(&decoded),
+           "The entry as tessel-counters decode --json gives it: every field with its bits,\n"
+           "value, viewOf and overlaps, and strayBits, set bits that lie in no field.")
       .def(
           "address",
           [](py::handle t, const py::object& i, const py::object& e, const py::object& a,
