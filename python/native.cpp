@@ -496,18 +496,20 @@ void defineAccessor(py::module_& m) {
              throw py::attribute_error("this Accessor was never initialised and has no fields");
            return get(t, n);
          },
-         "A field's value by accessor or hardware name.")
-      .def("__getitem__", get, "A field's value by accessor or hardware name.")
-      .def("__setattr__", set, "Writes a field, by accessor or hardware name.")
-      .def("__setitem__", set, "Writes a field, by accessor or hardware name.")
-      .def("__delattr__", del, "Refused: a field always holds a value.")
-      .def("__delitem__", del, "Refused: a field always holds a value.")
+         py::arg("name"), "A field's value by accessor or hardware name.")
+      .def("__getitem__", get, py::arg("name"), "A field's value by accessor or hardware name.")
+      .def("__setattr__", set, py::arg("name"), py::arg("value"),
+           "Writes a field, by accessor or hardware name.")
+      .def("__setitem__", set, py::arg("name"), py::arg("value"),
+           "Writes a field, by accessor or hardware name.")
+      .def("__delattr__", del, py::arg("name"), "Refused: a field always holds a value.")
+      .def("__delitem__", del, py::arg("name"), "Refused: a field always holds a value.")
       .def(
           "__contains__",
           [](py::handle t, const py::object& n) {
             return PyUnicode_Check(n.ptr()) && hasField(live(t), textOf(n, "a field name"));
           },
-          "Whether the name is a field here (accessor or hardware name).")
+          py::arg("name"), "Whether the name is a field here (accessor or hardware name).")
       .def(
           "__iter__", [](py::handle t) { return py::iter(fieldNames(live(t))); },
           "The accessor names of the fields valid here.")
@@ -539,7 +541,7 @@ void defineAccessor(py::module_& m) {
             return py::bool_(t->cls == o->cls && t->chip == o->chip && t->variant == o->variant &&
                              entryBytes(*t) == entryBytes(*o));
           },
-          "Equal when class, chip, variant and bytes are.")
+          py::arg("other"), "Equal when class, chip, variant and bytes are.")
       .def(
           "__copy__",
           [](py::handle t) {
@@ -609,6 +611,7 @@ void defineAccessor(py::module_& m) {
           "every instance and array element: instance, arrayElement, firstAddress and\n"
           "lastAddress (over a memory's entries), subBlock and block.");
   cls.attr("__hash__") = py::none();
+  cls.attr("__module__") = "tessel_counters";
 }
 
 }  // namespace
