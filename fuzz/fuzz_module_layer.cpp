@@ -2,14 +2,19 @@
 // class by name on a chip given by name or number and an optional variant,
 // over bytes or text in the entry grammar (bytes or words); read and write
 // fields by name with values as text; address an instance, entry and array
-// element. Whatever the input,
+// element; the tool's answers that the module gives (decode's JSON, every
+// address, search and diff run in-process, a dump line written and read
+// back). Whatever the input,
 // each step ends in an answer or in one UsageError of one line with its kind,
 // never in one of the library's fatal checks.
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include "Catalog.h"
+#include "Commands.h"
+#include "DumpFormat.h"
 #include "Entry.h"
 #include "FuzzSupport.h"
+#include "Run.h"
 
 namespace {
 
@@ -83,16 +88,58 @@ void address(FuzzedDataProvider& in, const Tool::Target& t) {
   Tool::schanAddress(*t.object, instance, entry, element);
 }
 
+void answers(FuzzedDataProvider& in, const Tool::Target& t) {
+  const std::vector<U8> bytes(t.object->buf(), t.object->buf() + t.entryBytes());
+  std::string out;
+  switch (in.ConsumeIntegralInRange(0, 4)) {
+    case 0:
+      FUZZ_CHECK(Tool::decodeJson(t, bytes)["bytes"].is_string());
+      break;
+    case 1:
+      FUZZ_CHECK(Tool::addressRows(*t.object).size() ==
+                 std::size_t{Tool::indexCount(*t.object, Tool::Index::Instance)} *
+                     Tool::indexCount(*t.object, Tool::Index::Element));
+      break;
+    case 2:
+      Tool::runCaptured(
+          {"search", in.ConsumeRandomLengthString(16), "--chip", Tool::chipName(t.chip), "--json"},
+          out);
+      FUZZ_CHECK(out.find("\"pattern\"") != std::string::npos);
+      break;
+    case 3:
+      Tool::runCaptured({"diff", t.cls, "--chip", Tool::chipName(t.chip), "--to",
+                         in.ConsumeRandomLengthString(12), "--json"},
+                        out);
+      FUZZ_CHECK(out.find("\"fields\"") != std::string::npos);
+      break;
+    default: {
+      // A MemoryBackend's dump line, as dump_line writes it, reads back as itself.
+      Tool::DumpEntry e{
+          in.ConsumeIntegral<U32>(), in.ConsumeBool(), 0, in.ConsumeIntegral<U32>(), {}};
+      if (!e.anySubBlock) e.subBlock = in.ConsumeIntegral<U32>();
+      for (unsigned w = 0; w < t.object->width(); ++w) e.words.push_back(in.ConsumeIntegral<U32>());
+      const auto lines = Tool::readDump(Tool::dumpText(e));
+      FUZZ_CHECK(lines.size() == 1 && lines[0].problem.empty() &&
+                 Tool::dumpText(lines[0].entry) == Tool::dumpText(e));
+    }
+  }
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   FuzzedDataProvider in(data, size);
   try {
     Tool::Target t = open(in);
-    if (in.ConsumeBool()) {
-      address(in, t);
-    } else {
-      useFields(in, t);
+    switch (in.ConsumeIntegralInRange(0, 2)) {
+      case 0:
+        address(in, t);
+        break;
+      case 1:
+        useFields(in, t);
+        break;
+      default:
+        answers(in, t);
     }
   } catch (const Tool::UsageError& e) {
     checkError(e);

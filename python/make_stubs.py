@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""Writes the type stubs of tessel_counters: a class per accessor class that
-names every field it has on some chip and variant, so that editors complete
+"""Writes the type stubs of the package tessel_counters (its __init__.pyi): the
+module's functions and classes, and a class per accessor class that names
+every field it has on some chip and variant, so that editors complete
 them, and an overload of open() per class that returns it. Fields and
 docstrings of the functions come from the built module, the docstrings of the
 classes and fields from the catalogue's comments.
@@ -9,32 +10,66 @@ Run: make_stubs.py ACCESSORS_DIR OUT.pyi, with the module on PYTHONPATH.
 """
 
 import glob
+import inspect
 import os
 import re
 import sys
 
-import tessel_counters as tc
+# The built package from PYTHONPATH, not its sources beside this script.
+sys.path.remove(os.path.dirname(os.path.abspath(__file__)))
+import tessel_counters as tc  # noqa: E402
 
 HEAD = '''"""@doc()"""
-from typing import Any, Dict, List, Literal, Optional, Union, overload
+import os
+from typing import (Any, Callable, Dict, Iterator, List, Literal, Optional, Protocol,
+                    SupportsIndex, Tuple, Union, ValuesView, ItemsView, overload)
 
-Chip = Union[str, int]
-Data = Union[bytes, bytearray, memoryview, str, List[int]]
+_ChipId = Union[str, SupportsIndex]
+_Data = Union[bytes, bytearray, memoryview, str, List[SupportsIndex]]
+_Path = Union[str, os.PathLike]
+
+__version__: str
 
 class FieldError(KeyError, AttributeError): ...
 
 class Accessor:
     """@doc(Accessor)"""
-    class_name: str
-    chip: str
-    variant: int
-    kind: str
+    def __init__(self, class_name: str, chip: _ChipId, variant: Optional[SupportsIndex] = None,
+                 data: Optional[_Data] = None, *, words: bool = False) -> None: ...
+    @property
+    def class_name(self) -> str:
+        """@doc(Accessor.class_name)"""
+    @property
+    def chip(self) -> str:
+        """@doc(Accessor.chip)"""
+    @property
+    def variant(self) -> int:
+        """@doc(Accessor.variant)"""
+    @property
+    def kind(self) -> str:
+        """@doc(Accessor.kind)"""
     def __getattr__(self, name: str) -> int: ...
-    def __setattr__(self, name: str, value: int) -> None: ...
+    def __setattr__(self, name: str, value: SupportsIndex) -> None: ...
+    def __delattr__(self, name: str) -> None: ...
     def __getitem__(self, name: str) -> int: ...
-    def __setitem__(self, name: str, value: int) -> None: ...
+    def __setitem__(self, name: str, value: SupportsIndex) -> None: ...
+    def __delitem__(self, name: str) -> None: ...
+    def __contains__(self, name: object) -> bool: ...
+    def __iter__(self) -> Iterator[str]: ...
     def __len__(self) -> int: ...
     def __bytes__(self) -> bytes: ...
+    def __eq__(self, other: object) -> bool: ...
+    __hash__: None  # type: ignore[assignment]
+    def __copy__(self) -> "Accessor": ...
+    def __deepcopy__(self, memo: Any) -> "Accessor": ...
+    def keys(self) -> List[str]:
+        """@doc(Accessor.keys)"""
+    def values(self) -> ValuesView[int]:
+        """@doc(Accessor.values)"""
+    def items(self) -> ItemsView[str, int]:
+        """@doc(Accessor.items)"""
+    def get(self, name: str, default: Any = None) -> Any:
+        """@doc(Accessor.get)"""
     def fields(self) -> Dict[str, int]:
         """@doc(Accessor.fields)"""
     def words(self) -> List[int]:
@@ -45,31 +80,107 @@ class Accessor:
         """@doc(Accessor.hex)"""
     def describe(self) -> Dict[str, Any]:
         """@doc(Accessor.describe)"""
-    def address(self, instance: int = 0, entry: int = 0, array: int = 0) -> Dict[str, int]:
+    def decoded(self) -> Dict[str, Any]:
+        """@doc(Accessor.decoded)"""
+    def address(self, instance: Optional[SupportsIndex] = None, entry: Optional[SupportsIndex] = None,
+                array: Optional[SupportsIndex] = None, *, all: bool = False) -> Any:
         """@doc(Accessor.address)"""
+
+class _Backend(Protocol):
+    def read(self, block: int, sub_block: int, address: int, count: int) -> List[int]: ...
+    def write(self, block: int, sub_block: int, address: int, words: List[int]) -> None: ...
+
+class Chip:
+    """@doc(Chip)"""
+    name: str
+    backend: _Backend
+    def __init__(self, chip: _ChipId, backend: _Backend) -> None: ...
+    def register(self, class_name: str, instance: SupportsIndex = 0, element: SupportsIndex = 0,
+                 entry: SupportsIndex = 0, variant: Optional[SupportsIndex] = None) -> "Register":
+        """@doc(Chip.register)"""
+
+class Register:
+    """@doc(Register)"""
+    def __init__(self, chip: Chip, class_name: str, instance: SupportsIndex = 0,
+                 element: SupportsIndex = 0, entry: SupportsIndex = 0,
+                 variant: Optional[SupportsIndex] = None) -> None: ...
+    @property
+    def block(self) -> int:
+        """@doc(Register.block)"""
+    @property
+    def sub_block(self) -> int:
+        """@doc(Register.sub_block)"""
+    @property
+    def address(self) -> int:
+        """@doc(Register.address)"""
+    def read(self) -> Accessor:
+        """@doc(Register.read)"""
+    def write(self, accessor: Accessor) -> None:
+        """@doc(Register.write)"""
+    def modify(self, **fields: SupportsIndex) -> None:
+        """@doc(Register.modify)"""
+    def __getattr__(self, name: str) -> int: ...
+    def __setattr__(self, name: str, value: SupportsIndex) -> None: ...
+
+class MemoryBackend:
+    """@doc(MemoryBackend)"""
+    entries: Dict[Tuple[int, int, int], List[int]]
+    log: List[Tuple[Any, ...]]
+    def __init__(self) -> None: ...
+    def read(self, block: int, sub_block: int, address: int, count: int) -> List[int]:
+        """@doc(MemoryBackend.read)"""
+    def write(self, block: int, sub_block: int, address: int, words: List[int]) -> None:
+        """@doc(MemoryBackend.write)"""
+    def save_dump(self, path: _Path) -> None:
+        """@doc(MemoryBackend.save_dump)"""
+    def load_dump(self, path: _Path) -> None:
+        """@doc(MemoryBackend.load_dump)"""
 
 def chips() -> Dict[str, int]:
     """@doc(chips)"""
-def classes(chip: Optional[Chip] = None) -> Dict[str, Dict[str, Any]]:
+def classes(chip: Optional[_ChipId] = None) -> Dict[str, Dict[str, Any]]:
     """@doc(classes)"""
-def decode(class_name: str, chip: Chip, data: Data, variant: Optional[int] = None, *,
-           words: bool = False) -> Dict[str, int]:
+def decode(class_name: str, chip: _ChipId, data: _Data, variant: Optional[SupportsIndex] = None, *,
+           words: bool = False, full: bool = False) -> Dict[str, Any]:
     """@doc(decode)"""
-def encode(class_name: str, chip: Chip, variant: Optional[int] = None, **fields: int) -> bytes:
+def encode(class_name: str, chip: _ChipId, variant: Optional[SupportsIndex] = None,
+           **fields: SupportsIndex) -> bytes:
     """@doc(encode)"""
-def describe(class_name: str, chip: Chip, variant: Optional[int] = None) -> Dict[str, Any]:
+def describe(class_name: str, chip: _ChipId, variant: Optional[SupportsIndex] = None) -> Dict[str, Any]:
     """@doc(describe)"""
-def address(class_name: str, chip: Chip, variant: Optional[int] = None, instance: int = 0,
-            entry: int = 0, array: int = 0) -> Dict[str, int]:
+def address(class_name: str, chip: _ChipId, variant: Optional[SupportsIndex] = None,
+            instance: Optional[SupportsIndex] = None, entry: Optional[SupportsIndex] = None,
+            array: Optional[SupportsIndex] = None, *, all: bool = False) -> Any:
     """@doc(address)"""
-def locate(chip: Chip, block: int, address: int,
-           sub_block: Optional[int] = None) -> List[Dict[str, Any]]:
+def locate(chip: _ChipId, block: SupportsIndex, address: SupportsIndex,
+           sub_block: Optional[SupportsIndex] = None) -> List[Dict[str, Any]]:
     """@doc(locate)"""
+def block_map(chip: _ChipId, block: SupportsIndex,
+              sub_block: Optional[SupportsIndex] = None) -> Dict[str, Any]:
+    """@doc(block_map)"""
+def search(pattern: str, chip: Optional[_ChipId] = None) -> Dict[str, Any]:
+    """@doc(search)"""
+def diff(chip: _ChipId, to: _ChipId, class_name: Optional[str] = None,
+         variant: Optional[SupportsIndex] = None,
+         to_variant: Optional[SupportsIndex] = None) -> Dict[str, Any]:
+    """@doc(diff)"""
+def dump_list(chip: _ChipId, class_name: Optional[str] = None) -> List[Dict[str, Any]]:
+    """@doc(dump_list)"""
+def dump_decode(path: _Path, chip: _ChipId,
+                variant: Optional[SupportsIndex] = None) -> List[Dict[str, Any]]:
+    """@doc(dump_decode)"""
+def dump_diff(a: _Path, b: _Path, chip: _ChipId) -> List[Dict[str, Any]]:
+    """@doc(dump_diff)"""
+def read_dump(text: str) -> List[Dict[str, Any]]:
+    """@doc(read_dump)"""
+def dump_line(block: SupportsIndex, sub_block: Optional[SupportsIndex], address: SupportsIndex,
+              words: List[SupportsIndex]) -> str:
+    """@doc(dump_line)"""
 '''
 
 OPEN = '''@overload
-def open(class_name: {name}, chip: Chip, variant: Optional[int] = None,
-         data: Optional[Data] = None, *, words: bool = False) -> {result}:
+def open(class_name: {name}, chip: _ChipId, variant: Optional[SupportsIndex] = None,
+         data: Optional[_Data] = None, *, words: bool = False) -> {result}:
     """{doc}"""
 '''
 
@@ -79,9 +190,9 @@ def doc(path):
     obj = tc
     for part in filter(None, path.split(".")):
         obj = getattr(obj, part)
-    text = obj.__doc__ or ""
-    if callable(obj) and not isinstance(obj, type):
-        text = text.split("\n\n", 1)[-1]
+    first, _, rest = inspect.cleandoc(obj.__doc__ or "").partition("\n\n")
+    signed = first.startswith(getattr(obj, "__name__", "") + "(") and rest
+    text = rest if signed else first + ("\n\n" + rest if rest else "")
     return text.strip().replace('"""', "'''")
 
 
@@ -127,7 +238,9 @@ def class_stub(cls, info, comments):
     head, field_comments = comments.get(cls, ("", {}))
     where = ", ".join(info["variants"])
     text = "\n    ".join(head.splitlines() + ["", f"A {info['kind']} on {where}."])
-    lines = [f"class {cls}(Accessor):", f'    """{text}"""']
+    lines = [f"class {cls}(Accessor):", f'    """{text}"""',
+             "    def __init__(self, chip: _ChipId, variant: Optional[SupportsIndex] = None,",
+             "                 data: Optional[_Data] = None, *, words: bool = False) -> None: ..."]
     for name, (hw, lo, hi) in class_fields(cls, info["variants"]).items():
         span = str(hi) if lo == hi else f"{lo} to {hi}"
         text = f"{hw}, {span} bit{'s' if hi > 1 else ''}"

@@ -6,7 +6,9 @@ set -euo pipefail
 # chromium (headless) runs the reference site's test in a real browser;
 # abigail-tools compares the interface of two builds (abidiff); clang-format
 # checks the layout of the generated C++.
+# python3-venv, -pip, -setuptools and -wheel: pip install . (the test python_pip_install).
 packages=(cmake g++ clang clang-format make python3 python3-dev python3-jsonschema python3-pytest pkg-config
+          python3-venv python3-pip python3-setuptools python3-wheel
           googletest libgtest-dev libgmock-dev libbenchmark-dev pybind11-dev libclang-rt-14-dev chromium
           abigail-tools nlohmann-json3-dev)
 missing=()

@@ -6,7 +6,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 ./scripts/build.sh > /dev/null
 files=(core/src/*.cpp platform/src/*.cpp tools/tessel-counters/*.cpp)
-if grep -q python/tessel_counters.cpp build/compile_commands.json; then files+=(python/tessel_counters.cpp); fi
+if grep -q python/native.cpp build/compile_commands.json; then files+=(python/native.cpp); fi
 while IFS= read -r f; do files+=("$f"); done < <(find build/generated/src -name '*.cpp' | sort)
 status=0
 printf '%s\n' "${files[@]}" | xargs -P "$(nproc)" -n 4 clang-tidy -p build --quiet > build/tidy.log 2>&1 || status=$?

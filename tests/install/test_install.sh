@@ -56,6 +56,7 @@ r = tc.open("CrpsEngineCfg", "BCM88690_B0")
 r.engineNMode = 5
 assert r.hex().startswith("05"), r.hex()
 ' "$prefix/")
-  test -f "$prefix/$module_dir/tessel_counters.pyi"
+  test -f "$prefix/$module_dir/tessel_counters/__init__.pyi"
+  test -f "$prefix/$module_dir/tessel_counters/py.typed"
   echo "installed package: the Python module imports from $module_dir"
 fi

@@ -284,6 +284,15 @@ std::vector<std::string> afterRows(const Decoder& d, const Decoded& e) {
   return out;
 }
 
+Json decodeJson(const Target& t, const std::vector<U8>& bytes) {
+  Decoder d = decoderOf(t);
+  Json j = targetJson(t);
+  j["bytes"] = hexBytes(bytes.data(), bytes.size());
+  j["words"] = hexWords(bytes.data(), bytes.size());
+  addDecodedKeys(j, d, decodeEntry(d, bytes));
+  return j;
+}
+
 int cmdDecode(const Args& a) {
   if (a.positional.size() < 2)
     fail(
@@ -295,18 +304,13 @@ int cmdDecode(const Args& a) {
     text += (i > 1 ? " " : "") + a.positional[i];
   const auto bytes =
       entryBytes(t, a.positional.size() == 2 ? a.positional[1] : text, readerOf(a, "HEX"));
+  if (a.has("--json")) {
+    printJson(std::cout, decodeJson(t, bytes));
+    return 0;
+  }
   Decoder d = decoderOf(t);
   const Decoded e = decodeEntry(d, bytes);
   const auto& o = *t.object;
-
-  if (a.has("--json")) {
-    Json j = targetJson(t);
-    j["bytes"] = hexBytes(bytes.data(), bytes.size());
-    j["words"] = hexWords(bytes.data(), bytes.size());
-    addDecodedKeys(j, d, e);
-    printJson(std::cout, j);
-    return 0;
-  }
 
   std::printf("%s on %s variant %u: %s of %u word%s (%u bytes)\n", t.cls.c_str(),
               chipName(t.chip).c_str(), static_cast<unsigned>(t.variant), kindOf(o).c_str(),
@@ -353,6 +357,22 @@ int cmdEncode(const Args& a) {
 
 // ---------------------------------------------------------------------------
 
+std::vector<AddressRow> addressRows(const Orrery::AsicBase& o) {
+  const U32 instances = indexCount(o, Index::Instance);
+  const U32 elements = indexCount(o, Index::Element);
+  const U32 entries = indexCount(o, Index::Entry);
+  std::vector<AddressRow> rows;
+  for (U16 id = 0; id < instances; ++id) {
+    for (U32 e = 0; e < elements; ++e) {
+      AddressRow r{id, e, 0, 0, 0, 0};
+      o.getSchanAddress(r.first, r.subBlock, r.block, id, 0, static_cast<U16>(e));
+      o.getSchanAddress(r.last, r.subBlock, r.block, id, entries - 1, static_cast<U16>(e));
+      rows.push_back(r);
+    }
+  }
+  return rows;
+}
+
 int cmdAddress(const Args& a) {
   noExtraPositionals(a, 1, "address takes one class name");
   const Target t = resolveTarget(a);
@@ -374,21 +394,16 @@ int cmdAddress(const Args& a) {
     rows.push_back({"instance", "array"});
     if (memory) rows.back().push_back("entries");
     for (const char* h : {"address", "hex", "subBlock", "block"}) rows.back().push_back(h);
-    for (U16 id = 0; id < instances; ++id) {
-      for (U32 e = 0; e < elements; ++e) {
-        U32 first = 0, last = 0, subBlock = 0, block = 0;
-        o.getSchanAddress(first, subBlock, block, id, 0, static_cast<U16>(e));
-        o.getSchanAddress(last, subBlock, block, id, entries - 1, static_cast<U16>(e));
-        char hexFirst[16], hexLast[16];
-        std::snprintf(hexFirst, sizeof hexFirst, "0x%x", first);
-        std::snprintf(hexLast, sizeof hexLast, "0x%x", last);
-        rows.push_back({std::to_string(id), std::to_string(e)});
-        if (memory) rows.back().push_back(rangeText(0, entries - 1));
-        rows.back().push_back(rangeText(first, last));
-        rows.back().push_back(first == last ? hexFirst : std::string(hexFirst) + ".." + hexLast);
-        rows.back().push_back(std::to_string(subBlock));
-        rows.back().push_back(std::to_string(block));
-      }
+    for (const auto& r : addressRows(o)) {
+      char hexFirst[16], hexLast[16];
+      std::snprintf(hexFirst, sizeof hexFirst, "0x%x", r.first);
+      std::snprintf(hexLast, sizeof hexLast, "0x%x", r.last);
+      rows.push_back({std::to_string(r.instance), std::to_string(r.element)});
+      if (memory) rows.back().push_back(rangeText(0, entries - 1));
+      rows.back().push_back(rangeText(r.first, r.last));
+      rows.back().push_back(r.first == r.last ? hexFirst : std::string(hexFirst) + ".." + hexLast);
+      rows.back().push_back(std::to_string(r.subBlock));
+      rows.back().push_back(std::to_string(r.block));
     }
     printTable(rows);
     return 0;

@@ -30,6 +30,16 @@ int cmdDump(const Args& a);
 // What describe --json prints: geometry, instances and fields of the target.
 void describeJson(const Target& t, std::ostream& out);
 
+// What decode --json prints for the entry in `bytes`, of the entry's size.
+Json decodeJson(const Target& t, const std::vector<U8>& bytes);
+
+// What address --all lists: the first and last address (over the table
+// entries of a memory), sub-block and block of every instance and array element.
+struct AddressRow {
+  U32 instance, element, first, last, subBlock, block;
+};
+std::vector<AddressRow> addressRows(const Orrery::AsicBase& object);
+
 // A class on a chip and variant ready to decode entries: its fields as
 // decode lists them, how they lie over each other, and the mask of their bits.
 struct Decoder {

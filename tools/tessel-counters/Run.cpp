@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iostream>
+#include <mutex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -193,7 +195,35 @@ std::string commandList() {
   return list;
 }
 
+const Command& commandNamed(const std::string& name) {
+  const auto c = std::find_if(commands().begin(), commands().end(),
+                              [&](const Command& k) { return name == k.name; });
+  if (c == commands().end())
+    fail("unknown command " + quoted(name) + "; commands: " + commandList());
+  return *c;
+}
+
 }  // namespace
+
+int runCaptured(const std::vector<std::string>& args, std::string& out) {
+  if (args.empty()) fail("no command given; commands: " + commandList());
+  std::vector<std::string> copies = args;
+  std::vector<char*> argv = {nullptr};
+  for (auto& a : copies) argv.push_back(a.data());
+  const Command& c = commandNamed(args[0]);
+  const Args parsed = parseArgs(static_cast<int>(argv.size()), argv.data(), 2, c.options);
+  // One capture at a time: std::cout is the process's.
+  static std::mutex capturing;
+  const std::lock_guard<std::mutex> lock(capturing);
+  std::ostringstream text;
+  struct Restore {
+    std::streambuf* buffer;
+    ~Restore() { std::cout.rdbuf(buffer); }
+  } restore{std::cout.rdbuf(text.rdbuf())};
+  const int status = c.run(parsed);
+  out = text.str();
+  return status;
+}
 
 int run(int argc, char** argv) {
   if (argc < 2) {
@@ -212,16 +242,13 @@ int run(int argc, char** argv) {
   }
   int status = kUsageError;
   try {
-    const auto c = std::find_if(commands().begin(), commands().end(),
-                                [&](const Command& k) { return command == k.name; });
-    if (c == commands().end())
-      fail("unknown command " + quoted(command) + "; commands: " + commandList());
-    const Args args = parseArgs(argc, argv, 2, c->options);
+    const Command& c = commandNamed(command);
+    const Args args = parseArgs(argc, argv, 2, c.options);
     if (args.has("--help")) {
-      std::cout << commandUsage(*c);
+      std::cout << commandUsage(c);
       status = 0;
     } else {
-      status = c->run(args);
+      status = c.run(args);
     }
   } catch (const UsageError& e) {
     std::cerr << "tessel-counters: " << e.message << "\n";
