@@ -2,7 +2,9 @@
 and benchmarks), builds the library and the Python package alone, installs
 CMake's component python (the package, its stubs and the two libraries it
 loads, beside it) into a staging folder and puts the package into the wheel.
-CMAKE_BUILD_PARALLEL_LEVEL sets the build's jobs (2 unless set)."""
+CMAKE_BUILD_PARALLEL_LEVEL sets the build's jobs (2 unless set); CMAKE_ARGS,
+split at spaces, adds arguments to the configure step after those above
+(-DCMAKE_BUILD_TYPE=Debug, for instance)."""
 
 import os
 import re
@@ -46,7 +48,8 @@ class CMakeBuild(build_ext):
                         "-DTC_BUILD_TESTS=OFF", "-DTC_BUILD_BENCH=OFF",
                         f"-DPython3_EXECUTABLE={sys.executable}",
                         "-DTC_PYTHON_WITH_LIBRARIES=ON", "-DTC_PYTHON_INSTALL_DIR=.",
-                        "-DCMAKE_INSTALL_LIBDIR=tessel_counters"], check=True)
+                        "-DCMAKE_INSTALL_LIBDIR=tessel_counters",
+                        *os.environ.get("CMAKE_ARGS", "").split()], check=True)
         subprocess.run(["cmake", "--build", build, "--parallel", jobs, "--target",
                         "tessel_counters", "tessel_counters_stubs"], check=True)
         shutil.rmtree(stage, ignore_errors=True)
