@@ -144,6 +144,7 @@ TEST(Boundaries, EveryClassCanBeBuiltOverACallersBuffer) {
 TEST(Boundaries, LengthAndValueChecksStopBeforeWriting) {
   SharedBuffer shared;
   unsigned seed = 0;
+  std::size_t sampled = 0;
   for (const auto& [cls, make] : makers()) {
     const FirstPair p = firstPair(cls);
     auto full = make(p.chip, shared.data(), 4096, p.variant);
@@ -155,6 +156,7 @@ TEST(Boundaries, LengthAndValueChecksStopBeforeWriting) {
     for (std::size_t i = 0; i < ids.size(); i += std::max<std::size_t>(1, ids.size() / 4))
       sample.push_back(ids[i]);
     if (!ids.empty()) sample.push_back(ids.back());
+    sampled += sample.size();
     for (U32 id : sample) {
       const U16 offset = full->fieldOffset(id);
       const U16 width = full->fieldWidth(id);
@@ -175,6 +177,7 @@ TEST(Boundaries, LengthAndValueChecksStopBeforeWriting) {
       }
     }
   }
+  EXPECT_GT(sampled, 2 * makers().size());
 }
 
 TEST(Boundaries, AddressChecksStopAtTheFirstValueOutOfRange) {
