@@ -7,20 +7,16 @@ using namespace Hardware;
 
 namespace {
 
-// The chips the platform names are the ones the tests walk, in order; every
-// name streams as itself, every other number as a number.
+// A named chip streams as its name, any other number as a number; which
+// chips are named is checked with the description.
 TEST(ChipType, IsOneByteAndStreamsItsName) {
   static_assert(sizeof(ChipType) == 1, "ChipType is one byte");
-  std::vector<ChipType> named;
   for (int n = 0; n < 256; ++n) {
-    const auto chip = static_cast<ChipType>(n);
-    const char* name = chipTypeName(chip);
+    const char* name = chipTypeName(static_cast<ChipType>(n));
     std::ostringstream os;
-    os << chip;
+    os << static_cast<ChipType>(n);
     EXPECT_EQ(name ? name : "ChipType(" + std::to_string(n) + ")", os.str());
-    if (name) named.push_back(chip);
   }
-  EXPECT_EQ(tc::allChips(), named);
 }
 
 TEST(ChipAndVariant, StreamsChipTextAndDecimalVariantWithoutLineEnd) {

@@ -145,30 +145,26 @@ TEST(Geometry, FailuresOfPlainQueries) {
   EXPECT_EQ(0u, CrpsEngineInitRequest::maxIdentifier(17, 0));
 }
 
-// The block map: closed forms and cross-row regularities, checked over every
-// block of every chip.
+// The block map's regularities across blocks and chips, over every block of
+// every chip; its values are pinned through every instance's address in
+// tests/golden/.
 TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
   using Fn = void (*)(U32, U8, U32, U32&, U32&);
-  struct Block {
-    const char* name;
-    Fn fn;
-    U32 base88860;  // block of identifier 0 on 88860x; 0 where the block has none there
-  };
   using namespace TesselCounters;
-  const std::vector<Block> blocks = {
-      {"CGM", &BlockMap::CGM, 83},     {"CRPS", &BlockMap::CRPS, 105},
-      {"ETPPB", &BlockMap::ETPPB, 32}, {"ETPPC", &BlockMap::ETPPC, 33},
-      {"IPPA", &BlockMap::IPPA, 36},   {"IPPB", &BlockMap::IPPB, 37},
-      {"IPPC", &BlockMap::IPPC, 38},   {"IPPF", &BlockMap::IPPF, 35},
-      {"MCP", &BlockMap::MCP, 106},    {"PQP", &BlockMap::PQP, 100},
-  };
-  for (const auto& b : blocks) {
+  // 88860x: four instances 256 blocks apart, subBlock 0.
+  const std::vector<std::pair<const char*, Fn>> fourInstance = {
+      {"CGM", &BlockMap::CGM},     {"CRPS", &BlockMap::CRPS}, {"ETPPB", &BlockMap::ETPPB},
+      {"ETPPC", &BlockMap::ETPPC}, {"IPPA", &BlockMap::IPPA}, {"IPPB", &BlockMap::IPPB},
+      {"IPPC", &BlockMap::IPPC},   {"IPPF", &BlockMap::IPPF}, {"MCP", &BlockMap::MCP},
+      {"PQP", &BlockMap::PQP}};
+  for (const auto& [name, fn] : fourInstance) {
     for (ChipType c : tc::chips88860x()) {
+      U32 s0 = 9, k0 = 9;
+      fn(tc::num(c), 0, 0, s0, k0);
       for (U32 id = 0; id < 4; ++id) {
         U32 s = 9, k = 9;
-        b.fn(tc::num(c), 0, id, s, k);
-        EXPECT_EQ(0u, s) << b.name;
-        EXPECT_EQ(b.base88860 + 256 * id, k) << b.name;
+        fn(tc::num(c), 0, id, s, k);
+        EXPECT_EQ(std::make_pair(0u, k0 + 256 * id), std::make_pair(s, k)) << name;
       }
     }
   }
@@ -192,31 +188,17 @@ TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
     BlockMap::ECI(tc::num(c), 0, 0, s, k);
     EXPECT_EQ(std::make_pair(0u, 0u), std::make_pair(s, k));
   }
-  // Single cells; CDU instance lists depend on the variant.
-  // clang-format off
-  struct Cell { const char* name; Fn fn; U32 chip; U8 variant; U32 id, subBlock, block; };
-  const Cell cells[] = {
-      {"CFC", &BlockMap::CFC, 12, 0, 1, 4, 48},  {"IPPF", &BlockMap::IPPF, 10, 0, 1, 0, 10},
-      {"CGM", &BlockMap::CGM, 24, 0, 3, 0, 851}, {"CDU", &BlockMap::CDU, 12, 0, 1, 4, 28},
-      {"CDU", &BlockMap::CDU, 12, 1, 8, 20, 27}, {"CDU", &BlockMap::CDU, 10, 1, 9, 26, 7},
-      {"CLU", &BlockMap::CLU, 11, 0, 5, 10, 3}};
-  // clang-format on
-  for (const auto& x : cells) {
-    x.fn(x.chip, x.variant, x.id, s, k);
-    EXPECT_EQ(std::make_pair(x.subBlock, x.block), std::make_pair(s, k))
-        << x.name << " chip " << x.chip << " variant " << int(x.variant) << " id " << x.id;
-  }
   // 88859 has the first eight of the sixteen CDU v1 instances of 88850; the
-  // other instance lists are pinned with every answer in tests/golden/.
+  // NBUTRX instances of 88490 are consecutive blocks.
+  U32 first = 0;
+  BlockMap::NBUTRX(25, 0, 0, s, first);
   for (U32 id = 0; id < 8; ++id) {
     U32 s50, k50;
     BlockMap::CDU(12, 1, id, s50, k50);
     BlockMap::CDU(14, 1, id, s, k);
     EXPECT_EQ(std::make_pair(s50, k50), std::make_pair(s, k));
-  }
-  for (U32 id = 0; id < 8; ++id) {
     BlockMap::NBUTRX(25, 0, id, s, k);
-    EXPECT_EQ(380 + id, k);
+    EXPECT_EQ(first + id, k);
   }
 }
 
