@@ -1,7 +1,8 @@
 // The tool's parsers on their own: an entry's contents (bytes or words),
 // field values, numbers and dumps. What one accepts re-prints to the same
 // bytes or entries, the printed digits of a value or number are the input's
-// own, and what one refuses is one line, short whatever the input's length.
+// own, and what one refuses is a reason a user can read: one line without
+// control characters naming what was refused, short whatever the input's length.
 // Input byte 0: bits 0-1 the parser (entry, field value, number, number or
 // dump), bits 2-3 the high bits of the field's width or which maximum, bit 4
 // words (entry) or a dump (parser 3); byte 1 the low bits of the width. The
@@ -34,10 +35,18 @@ std::string significant(std::string s) {
   return lower(s);
 }
 
-// A refusal is one line, and never much longer than its fixed words.
-void checkError(const Tool::UsageError& e) {
-  FUZZ_CHECK(!e.message.empty() && e.message.find('\n') == std::string::npos);
-  FUZZ_CHECK(e.message.size() < 1200);
+// A refusal is a reason a user can read: one line without control
+// characters (the input's own shown as escapes), never much longer than its
+// fixed words, that names what was refused (`what`).
+void checkError(const std::string& message, const std::string& what) {
+  FUZZ_CHECK(!message.empty() && message.size() < 1200);
+  for (const char c : message) FUZZ_CHECK(static_cast<unsigned char>(c) >= ' ' && c != '\x7f');
+  FUZZ_CHECK(message.find(what) != std::string::npos);
+}
+
+void checkError(const Tool::UsageError& e, const std::string& what) {
+  FUZZ_CHECK(e.kind == Tool::ErrorKind::BadValue);
+  checkError(e.message, what);
 }
 
 void entry(const std::vector<std::string>& tokens, bool words) {
@@ -49,7 +58,7 @@ void entry(const std::vector<std::string>& tokens, bool words) {
   try {
     got = Tool::parseEntry(text, how);
   } catch (const Tool::UsageError& e) {
-    checkError(e);
+    checkError(e, "bad HEX");
     return;
   }
   FUZZ_CHECK(got.count == (words ? got.bytes.size() / 4 : got.bytes.size()) && got.count > 0);
@@ -67,7 +76,7 @@ void fieldValue(const std::string& text, unsigned width) {
   try {
     value = Tool::parseFieldValue(text, width, "the field");
   } catch (const Tool::UsageError& e) {
-    checkError(e);
+    checkError(e, " for the field");
     return;
   }
   FUZZ_CHECK(value.size() == (width + 7) / 8);
@@ -82,7 +91,7 @@ void number(const std::string& text, U64 max) {
   try {
     v = Tool::parseNumber(text, "N", max);
   } catch (const Tool::UsageError& e) {
-    checkError(e);
+    checkError(e, "N must be a number from 0 to " + std::to_string(max));
     return;
   }
   char hex[24];
@@ -105,7 +114,7 @@ void dump(const std::string& text) {
     FUZZ_CHECK(line.line > last);
     last = line.line;
     if (!line.problem.empty()) {
-      checkError({line.problem, Tool::ErrorKind::BadValue});
+      checkError(line.problem, "");
       continue;
     }
     for (const std::string& printed :

@@ -3,7 +3,8 @@
 # undefined-behaviour sanitizers) and runs each target: first every input in
 # fuzz/regressions/TARGET/ once, then fuzzing for SECONDS (default 30) from
 # the seeds in fuzz/corpus/TARGET/. Exits non-zero on any crash, sanitizer
-# report, leak, failed check or hang; the input is kept in build-fuzz/artifacts/.
+# report, leak, failed check or hang, the input kept in build-fuzz/artifacts/;
+# and when the repository's tree (git status, build folders aside) changed.
 #
 #   scripts/fuzz.sh [SECONDS [TARGET...]]      e.g. scripts/fuzz.sh 600 fuzz_tool
 set -euo pipefail
@@ -18,6 +19,8 @@ CXX=clang++ cmake -S . -B build-fuzz -DTC_BUILD_FUZZERS=ON -DTC_BUILD_TESTS=OFF 
   > build-fuzz/configure.log 2>&1 || { cat build-fuzz/configure.log; exit 1; }
 cmake --build build-fuzz -j 2
 
+tree() { git status --porcelain --untracked-files=all 2>/dev/null || true; }
+before=$(tree)
 targets=("$@")
 if [ ${#targets[@]} -eq 0 ]; then
   for bin in build-fuzz/fuzz/fuzz_*; do targets+=("$(basename "$bin")"); done
@@ -40,3 +43,8 @@ for name in "${targets[@]}"; do
   echo "fuzz.sh: $name: fuzzing for $seconds s"
   "$bin" "${flags[@]}" -max_total_time="$seconds" "${corpora[@]}"
 done
+if [ "$(tree)" != "$before" ]; then
+  echo "fuzz.sh: the repository's tree changed during the run:" >&2
+  diff <(echo "$before") <(tree) >&2 || true
+  exit 1
+fi

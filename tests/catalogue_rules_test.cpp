@@ -48,8 +48,9 @@ TEST(Series, CgmSettingsPackFromTheMaskWidth) {
 
 // Shift N exists on variant N only, and variant v's register lies v above variant 0's.
 TEST(Variants, TrapObjectShiftOnItsOwnVariantAtItsOwnAddress) {
+  int pairs = 0;
   for (ChipType chip : tc::allChips()) {
-    for (U8 v = 0; EtppbCfgTrapObjShift::chipTypeVariantValid(chip, v); ++v) {
+    for (U8 v = 0; EtppbCfgTrapObjShift::chipTypeVariantValid(chip, v); ++v, ++pairs) {
       EtppbCfgTrapObjShift::WithStorage s(chip, v);
       EtppbCfgTrapObjShift::WithStorage first(chip, 0);
       EXPECT_EQ(address(first) + v, address(s));
@@ -57,6 +58,7 @@ TEST(Variants, TrapObjectShiftOnItsOwnVariantAtItsOwnAddress) {
         EXPECT_EQ(n == v, s.isFieldValid(FieldIds::CFG_TRAP_OBJ_0_SHIFT + n)) << int(v) << " " << n;
     }
   }
+  EXPECT_GT(pairs, static_cast<int>(tc::allChips().size()));
   EtppbCfgTrapObjShift::WithStorage third(ChipType::BCM88690_B0, 3);
   EXPECT_ASSERTION(third.cfgTrapObj4ShiftOffset(), "variant_ == 4");
   EXPECT_ASSERTION(third.fieldOffset(FieldIds::CFG_TRAP_OBJ_4_SHIFT), "variant_ == 4");
@@ -105,11 +107,13 @@ TEST(WideFields, AvoidSeqScanValueByWordOnly) {
 // A memory's one span runs over all its entries; its table variants are its
 // variants on the chip, none where it doesn't exist.
 TEST(Memories, SpansAndTableVariants) {
+  U32 pairs = 0;
   for (U32 chip = 0; chip < 256; ++chip) {
     U32 variants = 0;
     while (ErppCounterTypeTable::chipTypeVariantValid(static_cast<ChipType>(chip), variants))
       ++variants;
     EXPECT_EQ(variants, ErppCounterTypeTable::tableVariantCount(chip)) << chip;
+    pairs += variants;
     for (U8 v = 0; v < variants; ++v) {
       const auto spans = ErppCounterTypeTable::entrySpans(chip, v);
       ASSERT_EQ(1u, spans.count);
@@ -118,6 +122,7 @@ TEST(Memories, SpansAndTableVariants) {
       EXPECT_EQ(ErppCounterTypeTable::entries(chip, v), spans.spans[0].size);
     }
   }
+  EXPECT_GT(pairs, 1u);
   // Each variant reaches its own counter's field only.
   ErppCounterTypeTable::WithStorage second(ChipType::BCM88690_B0, 1);
   second.counterTypeIs(1, 3);
@@ -152,6 +157,7 @@ TEST(ExpansionMap, EngineGroupsCoverTheVariants) {
                 address(m, 0, m.entries() - 1, last));
       ++variants;
     }
+    EXPECT_GT(variants, 1u) << tc::num(chip);
     EXPECT_EQ(variants, elements) << tc::num(chip);
     EXPECT_EQ(variants, CrpsExpansionMapMem::tableVariantCount(tc::num(chip)));
   }

@@ -1,47 +1,38 @@
 // Field access by typed accessor, by identifier and by name; masks. Write
 // exactness of every field is proven by the catalogue-wide tests; here are the
-// widths and offsets of the sheets and the particular texts and conversions.
+// relations between fields and the particular texts and conversions.
+#include <algorithm>
+#include <set>
+
 #include "TestSupport.h"
 
 using namespace Hardware;
 
 namespace {
 
-// Bits of the engine vector registers' one field, by chip.
-U16 vectorBits(ChipType c) {
-  switch (c) {
-    case ChipType::BCM88690_B0:
-    case ChipType::BCM88490_A0:
-      return 22;
-    case ChipType::BCM88800_A0:
-    case ChipType::BCM88850_A0:
-    case ChipType::BCM88859_A2:
-      return 34;
-    case ChipType::BCM88480_A0:
-    case ChipType::BCM88480_B0:
-      return 14;
-    default:
-      return 32;
-  }
-}
-
-TEST(VectorFields, WidthsOfTheSheetOnEveryChip) {
+// The one field of a vector register has a bit per engine (the module
+// source configuration's elements) from bit 0.
+TEST(VectorFields, ABitPerEngineOnEveryChip) {
   const std::pair<const char*, U32> vectors[] = {
       {"CrpsEngineInitRequest", FieldIds::ENGINE_INIT_REQUEST},
       {"CrpsEngineScanEnable", FieldIds::ENGINE_SCAN_ENABLE},
       {"CrpsEnginesDmaSelect", FieldIds::ENGINES_DMA_SELECT},
       {"CrpsEngineMmuxEn", FieldIds::ENGINE_MMUX_EN}};
+  int wordWide = 0;
   for (const auto& [name, id] : vectors)
     for (ChipType chip : tc::allChips()) {
       auto o = stringObj(name, chip, 0);
-      EXPECT_EQ(vectorBits(chip), o->fieldWidth(id)) << name << " " << tc::num(chip);
+      const U32 engines = CrpsModulesrcCfg::arrayElements(tc::num(chip), 0);
+      EXPECT_EQ(engines, o->fieldWidth(id)) << name << " " << tc::num(chip);
       EXPECT_EQ(0u, o->fieldOffset(id));
       // At 32 bits there is no value check: the bits above are dropped.
-      if (vectorBits(chip) == 32) {
+      if (engines == 32) {
+        ++wordWide;
         o->setField64(id, 0x200000005ULL);
         EXPECT_EQ(5u, o->stringField(fieldIdAccessorName(id), 0));
       }
     }
+  EXPECT_GT(wordWide, 0);
 }
 
 TEST(VectorFields, ExamplesOfTheRegisterSheet) {
@@ -84,53 +75,41 @@ TEST(ReservedSpare, ThirtyTwoBitsWithoutValueCheck) {
   EXPECT_ASSERTION(shortBuf.getAllFields(), "len_ >= 4");
 }
 
-// Module source configuration: two layouts, fields present in one only.
-struct ModField {
-  U32 id;
-  int l1Offset, l2Offset, width;  // -1: absent in that layout
-};
-
-const ModField kModFields[] = {
-    {FieldIds::MODULESRC_N_MMUX_SOURCE_SELECT, 0, 0, 5},
-    {FieldIds::MODULESRC_N_GROUP_SIZE, 5, -1, 6},
-    {FieldIds::MODULESRC_N_GROUP_SIZE_0, -1, 5, 6},
-    {FieldIds::MODULESRC_N_GROUP_SIZE_1, -1, 11, 6},
-    {FieldIds::MODULESRC_N_TYPE_ADMN_MAP, 11, 17, 4},
-    {FieldIds::MODULESRC_N_PTR_BASE_NORMALIZE, 15, 21, 20},
-    {FieldIds::MODULESRC_N_ADDRESS_BASE_NORMALIZE, 35, -1, 26},
-    {FieldIds::MODULESRC_N_ADDRESS_BASE_NORMALIZE_0, -1, 41, 26},
-    {FieldIds::MODULESRC_N_ADDRESS_BASE_NORMALIZE_1, -1, 67, 26},
-    {FieldIds::MODULESRC_N_ADDRESS_BASE_NORMALIZE_FOR_RECORD, -1, 93, 26},
-    {FieldIds::MODULESRC_N_PHY_ADDRESS_EXCEED_MASK, 61, 119, 5},
-};
-
-TEST(ModuleSource, OffsetsOfBothLayoutsAndAbsentFieldsOnEveryPath) {
+// Module source configuration: two layouts, each packed from bit 0 without
+// a gap or an overlap; a field of the other layout stops on every path.
+TEST(ModuleSource, BothLayoutsPackedAndAbsentFieldsStopOnEveryPath) {
+  std::set<U32> ids;  // of the class on any chip
+  for (ChipType chip : tc::allChips())
+    for (U32 id = FieldIds::kFirst; id <= FieldIds::kLast; ++id)
+      if (CrpsModulesrcCfg::WithStorage(chip, 0).isFieldValid(id)) ids.insert(id);
+  std::set<unsigned> layoutEnds;
   for (ChipType chip : tc::allChips()) {
-    const bool l2 = chip == ChipType::BCM88490_A0 || tc::num(chip) >= 17;
     CrpsModulesrcCfg::WithStorage m(chip, 0);
-    for (const auto& f : kModFields) {
-      const int offset = l2 ? f.l2Offset : f.l1Offset;
-      const std::string name = fieldIdAccessorName(f.id);
-      SCOPED_TRACE(name + " chip " + std::to_string(tc::num(chip)));
-      ASSERT_EQ(offset >= 0, m.isFieldValid(f.id));
-      if (offset >= 0) {
-        EXPECT_EQ(f.width, m.fieldWidth(f.id));
-        EXPECT_EQ(offset, m.fieldOffset(f.id));
+    SCOPED_TRACE(tc::num(chip));
+    std::vector<std::pair<unsigned, unsigned>> spans;  // offset, width
+    for (U32 id : ids) {
+      const std::string name = fieldIdAccessorName(id);
+      if (m.isFieldValid(id)) {
+        spans.push_back({m.fieldOffset(id), m.fieldWidth(id)});
       } else if (chip == ChipType::BCM88690_B0 || chip == ChipType::BCM88870_A0) {
-        EXPECT_ASSERTION(m.fieldOffset(f.id), "0");
-        EXPECT_ASSERTION(m.setField64(f.id, 0), "0");
+        EXPECT_ASSERTION(m.fieldOffset(id), "0");
+        EXPECT_ASSERTION(m.setField64(id, 0), "0");
         EXPECT_ASSERTION(m.stringField(name.c_str(), 0), "0");
         EXPECT_ASSERTION(m.stringFieldIs(name.c_str(), 0), "0");
       }
     }
+    std::sort(spans.begin(), spans.end());
+    unsigned end = 0;
+    for (const auto& [offset, width] : spans) {
+      EXPECT_EQ(end, offset);
+      end = offset + width;
+    }
+    layoutEnds.insert(end);
+    const Raw8192 mask = CrpsModulesrcCfg::allFieldsMask(tc::num(chip), 0);
+    for (unsigned bit = 0; bit < 32u * m.width(); ++bit)
+      EXPECT_EQ(bit < end, tc::bitOf({mask.begin(), mask.begin() + 32}, bit)) << bit;
   }
-  // The layouts are packed from bit 0: the mask is one run of ones.
-  const Raw8192 l1 = CrpsModulesrcCfg::allFieldsMask(10, 0);
-  const Raw8192 l2 = CrpsModulesrcCfg::allFieldsMask(25, 0);
-  for (unsigned bit = 0; bit < 256; ++bit) {
-    EXPECT_EQ(bit < 66, tc::bitOf({l1.begin(), l1.begin() + 32}, bit)) << bit;
-    EXPECT_EQ(bit < 124, tc::bitOf({l2.begin(), l2.begin() + 32}, bit)) << bit;
-  }
+  EXPECT_EQ(2u, layoutEnds.size());
   EXPECT_ASSERTION(CrpsModulesrcCfg::allFieldsMask(13, 0), "0");
 }
 

@@ -5,25 +5,6 @@ using namespace Hardware;
 
 namespace {
 
-// One row of the engine vector registers' sheet, by chip.
-struct VectorRow {
-  ChipType chip;
-  U16 width;
-  U16 instances;
-  U32 initRequestAddress;
-};
-
-std::vector<VectorRow> vectorRows() {
-  std::vector<VectorRow> rows = {{ChipType::BCM88690_B0, 1, 2, 362},
-                                 {ChipType::BCM88800_A0, 2, 1, 455},
-                                 {ChipType::BCM88850_A0, 2, 2, 450},
-                                 {ChipType::BCM88859_A2, 2, 1, 450},
-                                 {ChipType::BCM88490_A0, 1, 1, 412}};
-  for (ChipType c : tc::chips88480x()) rows.push_back({c, 1, 1, 350});
-  for (ChipType c : tc::chips88860x()) rows.push_back({c, 1, 4, 536});
-  return rows;
-}
-
 // The four vector classes, their distance from the init request register.
 struct VectorClass {
   const char* name;
@@ -45,38 +26,31 @@ const std::vector<VectorClass> kVectorClasses = {
     vectorClass<CrpsEngineMmuxEn>("CrpsEngineMmuxEn", 14),
 };
 
-// CRPS block instances by chip: (subBlock, block) for identifier 0, 1, ...
-std::vector<std::pair<U32, U32>> crpsInstances(ChipType chip) {
-  // clang-format off
-  switch (chip) {
-    case ChipType::BCM88690_B0: return {{2, 1}, {16, 8}};
-    case ChipType::BCM88800_A0: return {{10, 5}};
-    case ChipType::BCM88850_A0: return {{10, 12}, {10, 24}};
-    case ChipType::BCM88859_A2: return {{10, 12}};
-    case ChipType::BCM88480_A0: case ChipType::BCM88480_B0: return {{0, 16}};
-    case ChipType::BCM88490_A0: return {{0, 136}};
-    default: return {{0, 105}, {0, 361}, {0, 617}, {0, 873}};
-  }
-  // clang-format on
-}
-
+// A vector register has a bit per engine (the module source configuration's
+// elements) in whole words, lies at its distance from the init request
+// register in every instance, and its instances are the CRPS block's.
 TEST(Geometry, VectorRegistersOnEveryChipAndInstance) {
-  for (const auto& row : vectorRows()) {
+  int checked = 0;
+  for (ChipType c : tc::allChips()) {
+    const U32 chip = tc::num(c);
+    const U32 engines = CrpsModulesrcCfg::arrayElements(chip, 0);
+    const U16 instances = CrpsEngineInitRequest::instanceCount(chip, 0);
     for (const auto& k : kVectorClasses) {
-      const U32 chip = tc::num(row.chip);
       SCOPED_TRACE(std::string(k.name) + " on chip " + std::to_string(chip));
-      EXPECT_EQ(row.width, k.width(chip, 0));
-      EXPECT_EQ(row.instances, k.instanceCount(chip, 0));
-      const auto instances = crpsInstances(row.chip);
-      ASSERT_EQ(instances.size(), row.instances);
-      for (U16 id = 0; id < row.instances; ++id) {
-        U32 address = 0, subBlock = 99, block = 99;
+      EXPECT_EQ((engines + 31) / 32, k.width(chip, 0));
+      EXPECT_EQ(instances, k.instanceCount(chip, 0));
+      for (U16 id = 0; id < instances; ++id) {
+        U32 address = 0, subBlock = 99, block = 99, init = 0, s = 0, b = 0;
         ASSERT_TRUE(k.address(chip, 0, address, subBlock, block, id, 0, 0));
-        EXPECT_EQ(row.initRequestAddress + k.distance, address);
-        EXPECT_EQ(instances[id], std::make_pair(subBlock, block)) << "identifier " << id;
+        ASSERT_TRUE(CrpsEngineInitRequest::getSchanAddress(chip, 0, init, s, b, id, 0, 0));
+        EXPECT_EQ(init + k.distance, address);
+        TesselCounters::BlockMap::CRPS(chip, 0, id, s, b);
+        EXPECT_EQ(std::make_pair(s, b), std::make_pair(subBlock, block)) << "identifier " << id;
+        ++checked;
       }
     }
   }
+  EXPECT_GE(checked, 4 * static_cast<int>(tc::allChips().size()));
 }
 
 TEST(Geometry, ReservedSpareExistsOnTwoChipsOnly) {
@@ -93,41 +67,28 @@ TEST(Geometry, ReservedSpareExistsOnTwoChipsOnly) {
   EXPECT_ASSERTION(CrpsReservedSpare2::instanceCount(12, 1), "variant == 0");
 }
 
+// An element per engine, two addresses apart; the init request register
+// follows the last element at a distance of 4.
 TEST(Geometry, ModuleSourceConfigStepsByTwoPerEngine) {
-  struct Row {
-    ChipType chip;
-    U16 width;
-    U32 engines;
-    U32 base;
-  };
-  std::vector<Row> rows = {{ChipType::BCM88690_B0, 3, 22, 314},
-                           {ChipType::BCM88800_A0, 3, 34, 383},
-                           {ChipType::BCM88850_A0, 3, 34, 378},
-                           {ChipType::BCM88859_A2, 3, 34, 378},
-                           {ChipType::BCM88490_A0, 4, 22, 364}};
-  for (ChipType c : tc::chips88480x()) rows.push_back({c, 3, 14, 318});
-  for (ChipType c : tc::chips88860x()) rows.push_back({c, 4, 32, 468});
-  for (const auto& r : rows) {
-    const U32 chip = tc::num(r.chip);
+  for (ChipType c : tc::allChips()) {
+    const U32 chip = tc::num(c);
     SCOPED_TRACE(chip);
-    EXPECT_EQ(r.width, CrpsModulesrcCfg::width(chip, 0));
-    EXPECT_EQ(r.width, CrpsModulesrcCfg::regWidth(chip, 0));
-    EXPECT_EQ(r.engines, CrpsModulesrcCfg::arrayElements(chip, 0));
+    const U32 engines = CrpsModulesrcCfg::arrayElements(chip, 0);
+    ASSERT_GT(engines, 1u);
+    EXPECT_EQ(CrpsModulesrcCfg::width(chip, 0), CrpsModulesrcCfg::regWidth(chip, 0));
     EXPECT_EQ(2u, CrpsModulesrcCfg::addrStride(chip, 0));
     EXPECT_EQ(1u, CrpsEngineInitRequest::addrStride(chip, 0));
-    U32 address = 0, subBlock = 0, block = 0;
-    ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(chip, 0, address, subBlock, block, 0, 0, 0));
-    EXPECT_EQ(r.base, address);
+    U32 base = 0, address = 0, subBlock = 0, block = 0;
+    ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(chip, 0, base, subBlock, block, 0, 0, 0));
     ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(chip, 0, address, subBlock, block, 0, 0,
-                                                  static_cast<U16>(r.engines - 1)));
-    EXPECT_EQ(r.base + 2 * (r.engines - 1), address);
-    // The init request register follows the last element at a distance of 4.
+                                                  static_cast<U16>(engines - 1)));
+    EXPECT_EQ(base + 2 * (engines - 1), address);
     U32 next = 0;
     ASSERT_TRUE(CrpsEngineInitRequest::getSchanAddress(chip, 0, next, subBlock, block, 0, 0, 0));
-    EXPECT_EQ(r.base + 2 * r.engines + 4, next);
+    EXPECT_EQ(base + 2 * engines + 4, next);
     EXPECT_ASSERTION(CrpsModulesrcCfg::getSchanAddress(chip, 0, address, subBlock, block, 0, 0,
-                                                       static_cast<U16>(r.engines)),
-                     "arrayIndex < " + std::to_string(r.engines));
+                                                       static_cast<U16>(engines)),
+                     "arrayIndex < " + std::to_string(engines));
   }
   U32 address = 0, subBlock = 0, block = 0;
   ASSERT_TRUE(CrpsModulesrcCfg::getSchanAddress(11, 0, address, subBlock, block, 0, 0, 1));
@@ -184,30 +145,26 @@ TEST(Geometry, FailuresOfPlainQueries) {
   EXPECT_EQ(0u, CrpsEngineInitRequest::maxIdentifier(17, 0));
 }
 
-// The block map: closed forms and cross-row regularities, checked over every
-// block of every chip.
+// The block map's regularities across blocks and chips, over every block of
+// every chip; its values are pinned through every instance's address in
+// tests/golden/.
 TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
   using Fn = void (*)(U32, U8, U32, U32&, U32&);
-  struct Block {
-    const char* name;
-    Fn fn;
-    U32 base88860;  // block of identifier 0 on 88860x; 0 where the block has none there
-  };
   using namespace TesselCounters;
-  const std::vector<Block> blocks = {
-      {"CGM", &BlockMap::CGM, 83},     {"CRPS", &BlockMap::CRPS, 105},
-      {"ETPPB", &BlockMap::ETPPB, 32}, {"ETPPC", &BlockMap::ETPPC, 33},
-      {"IPPA", &BlockMap::IPPA, 36},   {"IPPB", &BlockMap::IPPB, 37},
-      {"IPPC", &BlockMap::IPPC, 38},   {"IPPF", &BlockMap::IPPF, 35},
-      {"MCP", &BlockMap::MCP, 106},    {"PQP", &BlockMap::PQP, 100},
-  };
-  for (const auto& b : blocks) {
+  // 88860x: four instances 256 blocks apart, subBlock 0.
+  const std::vector<std::pair<const char*, Fn>> fourInstance = {
+      {"CGM", &BlockMap::CGM},     {"CRPS", &BlockMap::CRPS}, {"ETPPB", &BlockMap::ETPPB},
+      {"ETPPC", &BlockMap::ETPPC}, {"IPPA", &BlockMap::IPPA}, {"IPPB", &BlockMap::IPPB},
+      {"IPPC", &BlockMap::IPPC},   {"IPPF", &BlockMap::IPPF}, {"MCP", &BlockMap::MCP},
+      {"PQP", &BlockMap::PQP}};
+  for (const auto& [name, fn] : fourInstance) {
     for (ChipType c : tc::chips88860x()) {
+      U32 s0 = 9, k0 = 9;
+      fn(tc::num(c), 0, 0, s0, k0);
       for (U32 id = 0; id < 4; ++id) {
         U32 s = 9, k = 9;
-        b.fn(tc::num(c), 0, id, s, k);
-        EXPECT_EQ(0u, s) << b.name;
-        EXPECT_EQ(b.base88860 + 256 * id, k) << b.name;
+        fn(tc::num(c), 0, id, s, k);
+        EXPECT_EQ(std::make_pair(0u, k0 + 256 * id), std::make_pair(s, k)) << name;
       }
     }
   }
@@ -231,31 +188,17 @@ TEST(BlockMap, RegularitiesAcrossBlocksAndChips) {
     BlockMap::ECI(tc::num(c), 0, 0, s, k);
     EXPECT_EQ(std::make_pair(0u, 0u), std::make_pair(s, k));
   }
-  // Single cells; CDU instance lists depend on the variant.
-  // clang-format off
-  struct Cell { const char* name; Fn fn; U32 chip; U8 variant; U32 id, subBlock, block; };
-  const Cell cells[] = {
-      {"CFC", &BlockMap::CFC, 12, 0, 1, 4, 48},  {"IPPF", &BlockMap::IPPF, 10, 0, 1, 0, 10},
-      {"CGM", &BlockMap::CGM, 24, 0, 3, 0, 851}, {"CDU", &BlockMap::CDU, 12, 0, 1, 4, 28},
-      {"CDU", &BlockMap::CDU, 12, 1, 8, 20, 27}, {"CDU", &BlockMap::CDU, 10, 1, 9, 26, 7},
-      {"CLU", &BlockMap::CLU, 11, 0, 5, 10, 3}};
-  // clang-format on
-  for (const auto& x : cells) {
-    x.fn(x.chip, x.variant, x.id, s, k);
-    EXPECT_EQ(std::make_pair(x.subBlock, x.block), std::make_pair(s, k))
-        << x.name << " chip " << x.chip << " variant " << int(x.variant) << " id " << x.id;
-  }
-  // 88859 has the first eight of the sixteen CDU v1 instances of 88850; NBU
-  // and the other instance lists are in the status addressing test.
+  // 88859 has the first eight of the sixteen CDU v1 instances of 88850; the
+  // NBUTRX instances of 88490 are consecutive blocks.
+  U32 first = 0;
+  BlockMap::NBUTRX(25, 0, 0, s, first);
   for (U32 id = 0; id < 8; ++id) {
     U32 s50, k50;
     BlockMap::CDU(12, 1, id, s50, k50);
     BlockMap::CDU(14, 1, id, s, k);
     EXPECT_EQ(std::make_pair(s50, k50), std::make_pair(s, k));
-  }
-  for (U32 id = 0; id < 8; ++id) {
     BlockMap::NBUTRX(25, 0, id, s, k);
-    EXPECT_EQ(380 + id, k);
+    EXPECT_EQ(first + id, k);
   }
 }
 
