@@ -7,10 +7,42 @@ Each accessor class of the library is a class here (tessel_counters.CrpsEngineCf
 a subclass of Accessor, which open() gives.
 """
 
-from ._native import (Accessor, FieldError, __version__, address, block_map, chips, classes,
-                      decode, describe, diff, dump_decode, dump_diff, dump_line, dump_list,
-                      encode, locate, read_dump, search)
+import functools as _functools
+import re as _re
+
+from . import _native
+from ._native import Accessor, FieldError, __version__
 from ._lab import Chip, MemoryBackend, Register
+
+
+def _takes(name, text):
+    """One line for a call with arguments that fit no signature, in place of the
+    native layer's list of signatures: what the function takes."""
+    forms = _re.findall(r"^\s*\d+\. \((.*)\)(?: -> .*)?$", text, _re.MULTILINE)
+    params = _re.sub(r": (object|handle)\b", "", forms[0]) if forms else "..."
+    params = _re.sub(r"^self(, )?", "", params)
+    return f"{name}(): arguments that it doesn't take; it takes ({params})"
+
+
+def _one_line(native, name):
+    @_functools.wraps(native)
+    def call(*args, **kwargs):
+        try:
+            return native(*args, **kwargs)
+        except TypeError as e:
+            if "incompatible function arguments" not in str(e):
+                raise
+            raise TypeError(_takes(name, str(e))) from None
+    return call
+
+
+for _name in ("address", "block_map", "chips", "classes", "decode", "describe", "diff",
+              "dump_decode", "dump_diff", "dump_line", "dump_list", "encode", "locate",
+              "read_dump", "search"):
+    globals()[_name] = _one_line(getattr(_native, _name), _name)
+for _name, _method in list(vars(Accessor).items()):
+    if not _name.startswith("_") and callable(_method):
+        setattr(Accessor, _name, _one_line(_method, _name))
 
 
 def _accessor_class(name, info):
