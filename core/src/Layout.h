@@ -14,8 +14,6 @@
 
 #include <Orrery/Bits.h>
 
-#include <cstring>
-
 #include "AccessorImpl.h"
 #include "Operations.h"  // enum class Op, generated from generator/operations.py
 
@@ -277,24 +275,18 @@ TC_INLINE const Row& row(const ClassInfo& k, Op op, bool traced, U32 chipType, U
   return rowChecked(k, op, chipType, variant);
 }
 
-// The bytes of a window, as a number.
+// The bytes of a window, as a number, and back.
 TC_INLINE U64 loadWindow(const U8* buf, Window w) {
-  if (w.need - w.start == 8) {
-    U64 word;
-    std::memcpy(&word, buf + w.start, 8);
-    return word;
-  }
-  U32 word;
-  std::memcpy(&word, buf + w.start, 4);
-  return word;
+  using Detail::BitsImpl::loadBytes;
+  return w.need - w.start == 8 ? loadBytes(buf + w.start, 8) : loadBytes(buf + w.start, 4);
 }
 
 TC_INLINE void storeWindow(U8* buf, Window w, U64 word) {
+  using Detail::BitsImpl::storeBytes;
   if (w.need - w.start == 8) {
-    std::memcpy(buf + w.start, &word, 8);
+    storeBytes(buf + w.start, 8, word);
   } else {
-    const U32 low = static_cast<U32>(word);
-    std::memcpy(buf + w.start, &low, 4);
+    storeBytes(buf + w.start, 4, word);
   }
 }
 
@@ -304,7 +296,7 @@ TC_INLINE U64 get(const ClassInfo& k, int field, const Orrery::AsicBase& self) {
   if (r >= 0) {
     const Window w = k.windows[field * k.rowCount + r];
     if (self.len() >= w.need && !TC_TRACE_ON(8))
-      return loadWindow(self.buf(), w) >> w.shift & (~U64{0} >> (64 - w.width));
+      return loadWindow(self.buf(), w) >> w.shift & Detail::BitsImpl::lowBits(w.width);
   }
   return getChecked(k, field, self);
 }
@@ -315,7 +307,7 @@ TC_INLINE void set(const ClassInfo& k, int field, Orrery::AsicBase& self, U64 va
   if (r >= 0) {
     const Window w = k.windows[field * k.rowCount + r];
     if (self.len() >= w.need && valueFits(w.width, value) && !TC_TRACE_ON(8)) {
-      const U64 mask = (~U64{0} >> (64 - w.width)) << w.shift;
+      const U64 mask = Detail::BitsImpl::lowBits(w.width) << w.shift;
       const U64 word = loadWindow(self.buf(), w);
       storeWindow(self.buf(), w, (word & ~mask) | (value << w.shift & mask));
       return;
@@ -330,16 +322,11 @@ TC_INLINE bool inTwoWords(Cell cell, unsigned len) {
   return (cell.offset & 7) + cell.width <= 128 && (cell.offset >> 3) + 16u <= len;
 }
 
-TC_INLINE U64 lowWord(const U8* p) {
-  U64 word;
-  std::memcpy(&word, p, 8);
-  return word;
-}
-
 // The low n bits of a pair of words set (0 < n <= 128): low word, high word.
 TC_INLINE void lowBits128(unsigned n, U64& low, U64& high) {
-  low = n >= 64 ? ~U64{0} : ~U64{0} >> (64 - n);
-  high = n <= 64 ? 0 : ~U64{0} >> (128 - n);
+  using Detail::BitsImpl::lowBits;
+  low = n >= 64 ? ~U64{0} : lowBits(static_cast<int>(n));
+  high = n <= 64 ? 0 : lowBits(static_cast<int>(n) - 64);
 }
 
 // Words low, high shifted up by s < 8 bits.
@@ -352,7 +339,8 @@ TC_INLINE void shiftUp(unsigned s, U64& low, U64& high) {
 TC_INLINE void readTwoWords(const U8* buf, Cell cell, U8* value) {
   const unsigned s = cell.offset & 7;
   const U8* p = buf + (cell.offset >> 3);
-  U64 low = lowWord(p), high = lowWord(p + 8);
+  using Detail::BitsImpl::loadBytes;
+  U64 low = loadBytes(p, 8), high = loadBytes(p + 8, 8);
   if (s != 0) {
     low = low >> s | high << (64 - s);
     high >>= s;
@@ -361,8 +349,8 @@ TC_INLINE void readTwoWords(const U8* buf, Cell cell, U8* value) {
   lowBits128(cell.width, maskLow, maskHigh);
   low &= maskLow;
   high &= maskHigh;
-  std::memcpy(value, &low, 8);
-  std::memcpy(value + 8, &high, 8);
+  Detail::BitsImpl::storeBytes(value, 8, low);
+  Detail::BitsImpl::storeBytes(value + 8, 8, high);
 }
 
 TC_INLINE void writeTwoWords(U8* buf, Cell cell, const U8* value) {
@@ -370,13 +358,14 @@ TC_INLINE void writeTwoWords(U8* buf, Cell cell, const U8* value) {
   U8* p = buf + (cell.offset >> 3);
   U64 maskLow, maskHigh;
   lowBits128(cell.width, maskLow, maskHigh);
-  U64 low = lowWord(value) & maskLow, high = lowWord(value + 8) & maskHigh;
+  using Detail::BitsImpl::loadBytes;
+  U64 low = loadBytes(value, 8) & maskLow, high = loadBytes(value + 8, 8) & maskHigh;
   shiftUp(s, low, high);
   shiftUp(s, maskLow, maskHigh);
-  low |= lowWord(p) & ~maskLow;
-  high |= lowWord(p + 8) & ~maskHigh;
-  std::memcpy(p, &low, 8);
-  std::memcpy(p + 8, &high, 8);
+  low |= loadBytes(p, 8) & ~maskLow;
+  high |= loadBytes(p + 8, 8) & ~maskHigh;
+  Detail::BitsImpl::storeBytes(p, 8, low);
+  Detail::BitsImpl::storeBytes(p + 8, 8, high);
 }
 
 // F() and FIs(value) of a field wider than 64 bits; `value` has the bytes of
